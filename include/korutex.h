@@ -1,0 +1,185 @@
+/**
+ * korutex: opens GPU texture files (ASTC, KTX, PVR) as plain 8-bit RGB or RGBA images.
+ *
+ * A host loads the first image of a file (mip level 0, first face, layer and slice) from a path or
+ * from memory, uses the record it gets, and gives the record back with KORU_Delete_Image:
+ *
+ *     KORU_Image* image = KORU_Load_ASTC_From_File(path, KORU_FLAG_RGBA);
+ *     if (image != NULL) {
+ *         show(image->pixels, image->width, image->height, image->stride);
+ *         KORU_Delete_Image(image);
+ *     }
+ *
+ * One call at a time
+ *   The library keeps static state for each container format, takes no locks and starts no threads.
+ *   The host must serialise its calls. Work that shall run in parallel belongs into processes.
+ *
+ * What one load leaves to the next
+ *   KTX and PVR remember, for each of the two, that a four-component image was loaded. From then on
+ *   every load of that format decodes into a 32-bit working image. The layout of a record follows
+ *   from the flags alone; only the alpha of formats that have no alpha of their own can depend on
+ *   the order of loads, and there it is 255 either way. Hosts that pass KORU_FLAG_RGBA never need
+ *   to care. The payload of a format's last load stays in memory until that format's next load or
+ *   until the library is unloaded.
+ *
+ * Failure
+ *   A loader returns NULL, a writer 0. There is no error code, no message and no exception; running
+ *   out of memory is a failure like any other, and the next call works.
+ */
+#ifndef KORUTEX_H
+#define KORUTEX_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#define KORU_VERSION_MAJOR 0
+#define KORU_VERSION_MINOR 1
+#define KORU_VERSION_PATCH 0
+#define KORU_VERSION_STRING "0.1.0"
+
+#if defined(_WIN32)
+#if defined(KORU_BUILDING_LIBRARY)
+#define KORU_API __declspec(dllexport)
+#else
+#define KORU_API __declspec(dllimport)
+#endif
+#else
+#define KORU_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * A unit of a path: 16 bits, UTF-16, on every platform. Paths end with a zero unit.
+ * Windows: wchar_t, as in L"texture.ktx". Elsewhere: the type of u"texture.ktx", which C99 and C11
+ * know as uint_least16_t and C++ as char16_t.
+ */
+#if defined(_WIN32)
+typedef wchar_t KORU_Char;
+#elif defined(__cplusplus)
+typedef char16_t KORU_Char;
+#else
+typedef uint_least16_t KORU_Char;
+#endif
+
+/**
+ * Load flags, or-ed together; other bits are ignored.
+ *
+ * KORU_FLAG_HEADER_ONLY  The record gets its sizes but no pixels (`pixels` is NULL). The image is
+ *                        still decoded: the load fails exactly when a full load would. The record
+ *                        describes the RGB layout even if KORU_FLAG_RGBA is set as well.
+ * KORU_FLAG_RGBA         Pixels are R, G, B, A, 4 bytes each. Without it: R, G, B, 3 bytes each.
+ *                        Alpha is 255 where the image has none.
+ */
+#define KORU_FLAG_HEADER_ONLY 1u
+#define KORU_FLAG_RGBA 2u
+
+/**
+ * An image: a header and its pixel rows, top row first.
+ *
+ * Row y begins at pixels + (size_t)y * stride. Records and their pixels belong to the library's
+ * allocator: free them with KORU_Delete_Image and nothing else.
+ *
+ * Writers take a record too. A host that fills one by itself must keep `pixels` in memory that
+ * KORU_Delete_Image may free, because writers may replace it; the portable way is to change a
+ * record that a loader made.
+ */
+typedef struct KORU_Image {
+    uint32_t width;          /**< Pixels per row. */
+    uint32_t height;         /**< Rows. */
+    uint32_t bitsPerPixel;   /**< 24 (RGB) or 32 (RGBA). */
+    uint32_t bytesPerPixel;  /**< 3 or 4. */
+    uint32_t bitsPerChannel; /**< 8. */
+    uint32_t dataSize;       /**< Bytes of pixel data: stride * height. */
+    uint32_t stride;         /**< Bytes per row. */
+    uint32_t rowPadding;     /**< Bytes at the end of each row beyond the pixels; 0 after a load. */
+    uint32_t reservedA;      /**< 0. */
+    uint32_t reservedB;      /**< 0. */
+    uint64_t reservedC;      /**< 100 in every record that a loader makes. */
+    uint32_t reservedD;      /**< 0. */
+    uint8_t* pixels;         /**< dataSize bytes, or NULL after a header-only load. */
+} KORU_Image;
+
+/** Does nothing; may be called at any time, any number of times. */
+KORU_API void KORU_Init(void);
+
+/** Does nothing; may be called at any time, any number of times. Records stay valid. */
+KORU_API void KORU_Exit(void);
+
+/**
+ * Loads the first image of a file.
+ *
+ * @param path   The file, zero-terminated UTF-16; it is opened, read whole and closed. NULL fails.
+ * @param flags  KORU_FLAG_* values.
+ * @return       A record to pass to KORU_Delete_Image, or NULL on any failure: no such file, an
+ *               empty one or one of 4 GiB and more, another container, a header field that is out
+ *               of its range, a format that is not decoded, too short a payload, pixels of 4 GiB
+ *               and more, no memory.
+ *
+ * Loads must not overlap in time (see the top of this file).
+ *
+ * ASTC: the 16-byte ".astc" header of the Arm ASTC Encoder, images of depth 1, LDR profile, linear.
+ *       A block footprint that the ASTC standard does not know still gives a record, of transparent
+ *       black.
+ * KTX:  KTX 1.1 (little-endian) and KTX 2.0 (without supercompression) of the Khronos Group.
+ * PVR:  the legacy header ("PVR!") and version 3.
+ */
+KORU_API KORU_Image* KORU_Load_ASTC_From_File(const KORU_Char* path, uint32_t flags);
+KORU_API KORU_Image* KORU_Load_KTX_From_File(const KORU_Char* path, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_File */
+KORU_API KORU_Image* KORU_Load_PVR_From_File(const KORU_Char* path, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_File */
+
+/**
+ * Loads the first image of a file that is in memory; otherwise as KORU_Load_ASTC_From_File.
+ *
+ * @param data   `size` bytes, borrowed during the call; never written, kept or freed. NULL fails.
+ * @param size   Bytes; 0 fails.
+ * @param flags  KORU_FLAG_* values.
+ * @return       A record to pass to KORU_Delete_Image, or NULL on any failure.
+ */
+KORU_API KORU_Image* KORU_Load_ASTC_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
+KORU_API KORU_Image* KORU_Load_KTX_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_Memory */
+KORU_API KORU_Image* KORU_Load_PVR_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_Memory */
+
+/**
+ * Writes the header of an ".astc" file, 20 bytes, and no blocks: the library has no ASTC encoder.
+ * The result is therefore always 0, also after the header was written.
+ *
+ * @param path   The file, zero-terminated UTF-16; an existing one is replaced.
+ * @param image  Borrowed. Once the file is open, a 24-bit image is converted in place to 32-bit RGBA
+ *               with alpha 255 and packed rows, and stays so: `pixels` is then another buffer.
+ * @return       0. Without a path, an image or pixels, or with a width or height of 0, no file is
+ *               created.
+ */
+KORU_API int32_t KORU_Write_ASTC_To_File(const KORU_Char* path, KORU_Image* image);
+
+/**
+ * Writes a KTX 1.1 file. Not available in this version: the result is 0 and no file is created.
+ *
+ * @param path   The file, zero-terminated UTF-16.
+ * @param image  Borrowed.
+ * @return       0.
+ */
+KORU_API int32_t KORU_Write_KTX_To_File(const KORU_Char* path, KORU_Image* image);
+
+/**
+ * Writes a PVR file. Not available in this version: the result is 0 and no file is created.
+ *
+ * @param path   The file, zero-terminated UTF-16.
+ * @param image  Borrowed.
+ * @return       0.
+ */
+KORU_API int32_t KORU_Write_PVR_To_File(const KORU_Char* path, KORU_Image* image);
+
+/**
+ * Frees a record and its pixels. NULL does nothing.
+ * The record's fields are set to 0 before its memory is given back.
+ */
+KORU_API void KORU_Delete_Image(KORU_Image* image);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,96 @@
+#include "astc/astc_reader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+#include "core/bytes.h"
+#include "core/channel_layout.h"
+#include "formats/expand.h"
+
+namespace koru {
+
+constinit FormatState g_astcState;
+
+namespace {
+
+constexpr std::uint32_t kRgbaBytes = 4;
+
+constexpr std::uint64_t DivideUp(std::uint32_t value, std::uint32_t divisor) noexcept {
+    return (std::uint64_t{value} + divisor - 1) / divisor;
+}
+
+/// Copies the payload into a new level table; its entry, or null.
+const LevelEntry* ReadLevel(SourceBuffer& source, const AstcHeader& header,
+                            std::uint32_t payloadBytes) noexcept {
+    LevelTable& levels = g_astcState.levels;
+    if (LevelTable_CreateSingleLevel(levels) == 0) return nullptr;
+    LevelEntry& level = levels.entries[0];
+    level.levelWidth = header.width;
+    level.levelHeight = header.height;
+    if (LevelEntry_SetSize(level, payloadBytes) == 0) return nullptr;
+    return Source_Read(source, level.data.Data(), payloadBytes) != 0 ? &level : nullptr;
+}
+
+int DecodePayload(SourceBuffer& source, const AstcHeader& header) noexcept {
+    const auto payloadBytes = Astc_GetPayloadBytes(header);
+    if (!payloadBytes || *payloadBytes > Source_GetRemaining(source)) return 0;
+    const LevelEntry* level = ReadLevel(source, header, *payloadBytes);
+    if (level == nullptr) return 0;
+
+    const auto pixelBytes = Size_Mul32(header.width, header.height, kRgbaBytes);
+    if (!pixelBytes) return 0;
+    ByteBuffer pixels = ByteBuffer::Allocate(*pixelBytes);
+    if (!pixels) return 0;
+    switch (Astc_DecodeBlocks({level->data.Data(), level->byteSize}, header.width, header.height,
+                              header.footprint, pixels.Data())) {
+        case AstcDecodeResult::Decoded:
+            break;
+        case AstcDecodeResult::Refused:
+            // Quirk: a footprint that ASTC does not have gives transparent black instead of a
+            // failure; hosts get a record for every well-formed container.
+            std::memset(pixels.Data(), 0, pixels.Size());
+            break;
+        case AstcDecodeResult::OutOfMemory:
+            return 0;
+    }
+
+    DecodeSurface& surface = g_astcState.surface;
+    if (!Surface_SetLayout(surface, header.width, header.height, kRgbaBytes)) return 0;
+    surface.reservedB = 1;
+    return Expand_TakePixels(surface, std::move(pixels), 32, Layout_FromMasks(kRgbaByteMasks, 0),
+                             ExpandMember::Astc);
+}
+
+}  // namespace
+
+std::optional<AstcHeader> Astc_ReadHeader(SourceBuffer& source) noexcept {
+    const auto raw = Source_Take<kAstcHeaderBytes>(source);
+    if (!raw || Bytes_LoadLe32<0>(*raw) != kAstcMagic) return std::nullopt;
+    const auto texels = [&raw](std::size_t offset) {
+        return std::max<std::uint32_t>((*raw)[offset], 1);
+    };
+    const AstcHeader header{.footprint = {texels(4), texels(5), texels(6)},
+                            .width = Bytes_LoadLe24<7>(*raw),
+                            .height = Bytes_LoadLe24<10>(*raw),
+                            .depth = Bytes_LoadLe24<13>(*raw)};
+    if (header.width == 0 || header.height == 0 || header.depth != 1) return std::nullopt;
+    return header;
+}
+
+std::optional<std::uint32_t> Astc_GetPayloadBytes(const AstcHeader& header) noexcept {
+    // Each quotient is below 2^24, so the product of two fits 64 bits with room to spare.
+    const std::uint64_t blockCount = DivideUp(header.width, header.footprint.width) *
+                                     DivideUp(header.height, header.footprint.height) *
+                                     DivideUp(header.depth, header.footprint.depth);
+    if (blockCount > UINT32_MAX / kAstcBlockBytes) return std::nullopt;
+    return static_cast<std::uint32_t>(blockCount) * kAstcBlockBytes;
+}
+
+int Astc_ReadContainer(SourceBuffer& source, const KORU_Char* /*name*/) noexcept {
+    const auto header = Astc_ReadHeader(source);
+    return header ? DecodePayload(source, *header) : 0;
+}
+
+}  // namespace koru

@@ -1,0 +1,73 @@
+// Owned bytes of the general-purpose heap: file contents, payloads, pixels.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace koru {
+
+/// Bytes from the malloc family. Moved, never shared; an empty buffer owns nothing.
+///
+/// kSlackBytes zeroed bytes follow the last one, so that reading a whole 32-bit pixel whose first
+/// three bytes lie inside stays inside the allocation. They do not count as size.
+class ByteBuffer {
+  public:
+    static constexpr std::uint32_t kSlackBytes = 4;
+
+    constexpr ByteBuffer() noexcept = default;
+    ByteBuffer(ByteBuffer&& other) noexcept
+        : bytes_(std::move(other.bytes_)), size_(std::exchange(other.size_, 0)) {}
+    ByteBuffer& operator=(ByteBuffer&& other) noexcept {
+        bytes_ = std::move(other.bytes_);
+        size_ = std::exchange(other.size_, 0);
+        return *this;
+    }
+
+    /// `size` bytes with undefined contents; empty if size is 0 or there is no memory.
+    [[nodiscard]] static ByteBuffer Allocate(std::uint32_t size) noexcept {
+        ByteBuffer buffer = Adopt(size != 0 ? std::malloc(BytesWithSlack(size)) : nullptr, size);
+        if (buffer) std::memset(buffer.Data() + size, 0, kSlackBytes);
+        return buffer;
+    }
+
+    /// `size` zero bytes; empty if size is 0 or there is no memory.
+    [[nodiscard]] static ByteBuffer AllocateZeroed(std::uint32_t size) noexcept {
+        return Adopt(size != 0 ? std::calloc(BytesWithSlack(size), 1) : nullptr, size);
+    }
+
+    explicit operator bool() const noexcept { return bytes_ != nullptr; }
+    [[nodiscard]] std::uint8_t* Data() noexcept { return bytes_.get(); }
+    [[nodiscard]] const std::uint8_t* Data() const noexcept { return bytes_.get(); }
+    [[nodiscard]] std::uint32_t Size() const noexcept { return size_; }
+
+    void Reset() noexcept { *this = ByteBuffer(); }
+
+    /// Gives the bytes away; the receiver frees them with std::free.
+    [[nodiscard]] std::uint8_t* Release() noexcept {
+        size_ = 0;
+        return bytes_.release();
+    }
+
+  private:
+    struct Free {
+        void operator()(std::uint8_t* bytes) const noexcept { std::free(bytes); }
+    };
+
+    static std::size_t BytesWithSlack(std::uint32_t size) noexcept {
+        return std::size_t{size} + kSlackBytes;
+    }
+    static ByteBuffer Adopt(void* bytes, std::uint32_t size) noexcept {
+        ByteBuffer buffer;
+        buffer.bytes_.reset(static_cast<std::uint8_t*>(bytes));
+        buffer.size_ = bytes != nullptr ? size : 0;
+        return buffer;
+    }
+
+    std::unique_ptr<std::uint8_t, Free> bytes_;
+    std::uint32_t size_ = 0;
+};
+
+}  // namespace koru

@@ -1,0 +1,56 @@
+// Little-endian loads and stores, and the one checked multiply for sizes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <span>
+
+namespace koru {
+
+/// Loads and stores at a fixed place of a block whose length the compiler knows.
+template <std::size_t Offset, std::size_t N>
+constexpr std::uint32_t Bytes_LoadLe24(std::span<const std::uint8_t, N> bytes) noexcept {
+    static_assert(Offset + 3 <= N, "field lies outside the header");
+    return std::uint32_t{bytes[Offset]} | std::uint32_t{bytes[Offset + 1]} << 8 |
+           std::uint32_t{bytes[Offset + 2]} << 16;
+}
+
+template <std::size_t Offset, std::size_t N>
+constexpr std::uint32_t Bytes_LoadLe32(std::span<const std::uint8_t, N> bytes) noexcept {
+    static_assert(Offset + 4 <= N, "field lies outside the header");
+    return Bytes_LoadLe24<Offset>(bytes) | std::uint32_t{bytes[Offset + 3]} << 24;
+}
+
+template <std::size_t Offset, std::size_t N>
+constexpr void Bytes_StoreLe24(std::span<std::uint8_t, N> bytes, std::uint32_t value) noexcept {
+    static_assert(Offset + 3 <= N, "field lies outside the header");
+    bytes[Offset] = static_cast<std::uint8_t>(value);
+    bytes[Offset + 1] = static_cast<std::uint8_t>(value >> 8);
+    bytes[Offset + 2] = static_cast<std::uint8_t>(value >> 16);
+}
+
+template <std::size_t Offset, std::size_t N>
+constexpr void Bytes_StoreLe32(std::span<std::uint8_t, N> bytes, std::uint32_t value) noexcept {
+    static_assert(Offset + 4 <= N, "field lies outside the header");
+    Bytes_StoreLe24<Offset>(bytes, value);
+    bytes[Offset + 3] = static_cast<std::uint8_t>(value >> 24);
+}
+
+/// a * b, or nothing if the product does not fit the 32-bit size fields.
+[[nodiscard]] constexpr std::optional<std::uint32_t> Size_Mul32(std::uint32_t a,
+                                                                std::uint32_t b) noexcept {
+    const std::uint64_t product = std::uint64_t{a} * b;
+    if (product > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+    return static_cast<std::uint32_t>(product);
+}
+
+/// a * b * c, or nothing if a partial or the whole product does not fit.
+[[nodiscard]] constexpr std::optional<std::uint32_t> Size_Mul32(std::uint32_t a, std::uint32_t b,
+                                                                std::uint32_t c) noexcept {
+    const auto product = Size_Mul32(a, b);
+    return product ? Size_Mul32(*product, c) : std::nullopt;
+}
+
+}  // namespace koru

@@ -1,0 +1,42 @@
+// The working image that a format's decoder fills and that finishing turns into a record.
+#pragma once
+
+#include <cstdint>
+
+#include "core/byte_buffer.h"
+
+namespace koru {
+
+/// One per container format, static. Rows are packed: stride = width * bytesPerPixel.
+struct DecodeSurface {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t bitsPerPixel = 0;    ///< 24 or 32.
+    std::uint32_t bytesPerPixel = 0;   ///< 3 or 4.
+    std::uint32_t bitsPerChannel = 0;  ///< 8.
+    std::uint32_t dataSize = 0;        ///< stride * height, bytes in `pixels`.
+    std::uint32_t stride = 0;
+    std::uint32_t rowPadding = 0;  ///< 0.
+    std::uint32_t reservedA = 0;
+    // Quirk: clearing leaves the alpha flag alone, so one four-component image makes every later
+    // surface of its format 32-bit; hosts see the layouts they are used to.
+    std::uint32_t reservedB = 0;  ///< Alpha flag.
+    std::uint32_t reservedC = 0;
+    std::uint32_t reservedD = 0;
+    std::uint32_t reservedE = 0;  ///< Orientation as the file tells it; recorded, never applied.
+    std::uint32_t reservedF = 0;
+    std::uint32_t reservedG = 0;
+    std::uint32_t reservedH = 0;
+    ByteBuffer pixels;  ///< R, G, B (, A), top row first.
+};
+
+/// Frees the pixels and zeroes size and layout. reservedA, B, C, F, G and H keep their values.
+void Surface_Clear(DecodeSurface& surface) noexcept;
+
+/// Frees old pixels and sets sizes and layout for 3 or 4 bytes per pixel; the caller then supplies
+/// `dataSize` bytes of pixels. False, with the surface unchanged, if the image would not fit the
+/// 32-bit size fields.
+[[nodiscard]] bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width,
+                                     std::uint32_t height, std::uint32_t bytesPerPixel) noexcept;
+
+}  // namespace koru

@@ -1,0 +1,105 @@
+#include "core/image.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <optional>
+
+#include "core/bytes.h"
+
+namespace koru {
+namespace {
+
+constexpr std::uint32_t kRgbBytes = 3;
+constexpr std::uint32_t kRgbaBytes = 4;
+constexpr std::uint8_t kOpaque = 255;
+
+/// A record with every size set and no pixels; null as Image_FromSurface says.
+ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noexcept {
+    if (!surface.pixels || surface.width == 0 || surface.height == 0) return nullptr;
+    // Quirk: a header-only record describes RGB whatever the RGBA flag says; hosts size by it.
+    const bool isRgba = (flags & KORU_FLAG_RGBA) != 0 && (flags & KORU_FLAG_HEADER_ONLY) == 0;
+    const std::uint32_t bytesPerPixel = isRgba ? kRgbaBytes : kRgbBytes;
+    // What fits has fewer than 2^31 pixels a row and rows, so no counter of it is ever negative.
+    const auto stride = Size_Mul32(surface.width, bytesPerPixel);
+    const auto dataSize = stride ? Size_Mul32(*stride, surface.height) : std::nullopt;
+    if (!dataSize) return nullptr;
+    return ImageHandle(new (std::nothrow) KORU_Image{
+        .width = surface.width,
+        .height = surface.height,
+        .bitsPerPixel = bytesPerPixel * 8,
+        .bytesPerPixel = bytesPerPixel,
+        .bitsPerChannel = 8,
+        .dataSize = *dataSize,
+        .stride = *stride,
+        .rowPadding = 0,
+        .reservedA = 0,
+        .reservedB = 0,
+        // Quirk: nothing reads it; hosts find 100 here in every record.
+        .reservedC = 100,
+        .reservedD = 0,
+        .pixels = nullptr,
+    });
+}
+
+/// Copies packed pixels; a source without alpha gives opaque ones.
+void CopyPixels(std::uint8_t* target, std::uint32_t targetBytes, const DecodeSurface& surface) noexcept {
+    const std::uint8_t* source = surface.pixels.Data();
+    const bool hasAlpha = surface.bitsPerPixel == 32;
+    const std::size_t pixelCount = std::size_t{surface.width} * surface.height;
+    for (std::size_t pixel = 0; pixel < pixelCount; ++pixel) {
+        target[0] = source[0];
+        target[1] = source[1];
+        target[2] = source[2];
+        if (targetBytes == kRgbaBytes) target[3] = hasAlpha ? source[3] : kOpaque;
+        source += surface.bytesPerPixel;
+        target += targetBytes;
+    }
+}
+
+}  // namespace
+
+void Image_Delete(KORU_Image* image) noexcept {
+    if (image == nullptr) return;
+    std::free(image->pixels);
+    // Through volatile, or the compiler drops stores to memory that is about to be freed: a host
+    // that looks at a stale record finds zeros, not a stale pointer.
+    volatile KORU_Image& record = *image;
+    record.pixels = nullptr;
+    record.width = 0;
+    record.height = 0;
+    record.bitsPerPixel = 0;
+    record.bytesPerPixel = 0;
+    record.bitsPerChannel = 0;
+    record.dataSize = 0;
+    record.stride = 0;
+    record.rowPadding = 0;
+    record.reservedA = 0;
+    record.reservedB = 0;
+    record.reservedC = 0;
+    record.reservedD = 0;
+    delete image;
+}
+
+ImageHandle Image_FromSurface(const DecodeSurface& surface, std::uint32_t flags) noexcept {
+    ImageHandle image = CreateRecord(surface, flags);
+    if (image == nullptr || (flags & KORU_FLAG_HEADER_ONLY) != 0) return image;
+    image->pixels = ByteBuffer::Allocate(image->dataSize).Release();
+    if (image->pixels == nullptr) return nullptr;
+    CopyPixels(image->pixels, image->bytesPerPixel, surface);
+    return image;
+}
+
+ImageHandle Image_TakeSurface(DecodeSurface& surface, std::uint32_t flags) noexcept {
+    const bool isRgba = (flags & KORU_FLAG_RGBA) != 0;
+    const bool wouldCopy = (flags & KORU_FLAG_HEADER_ONLY) == 0 &&
+                           surface.bitsPerPixel == (isRgba ? 32u : 24u) &&
+                           surface.bytesPerPixel == (isRgba ? kRgbaBytes : kRgbBytes);
+    if (!wouldCopy) return Image_FromSurface(surface, flags);
+    ImageHandle image = CreateRecord(surface, flags);
+    if (image != nullptr) image->pixels = surface.pixels.Release();
+    return image;
+}
+
+}  // namespace koru

@@ -1,0 +1,35 @@
+// The payload of the level that is being decoded.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "core/byte_buffer.h"
+
+namespace koru {
+
+/// One level's payload.
+struct LevelEntry {
+    std::uint32_t levelWidth = 0;   ///< Pixels per row; the decoder sets it.
+    std::uint32_t levelHeight = 0;  ///< Rows; the decoder sets it.
+    std::uint32_t byteSize = 0;     ///< Bytes in `data`.
+    ByteBuffer data;                ///< The payload.
+};
+
+/// The levels of one format's current image; in practice none or one.
+struct LevelTable {
+    std::int32_t count = 0;
+    std::unique_ptr<LevelEntry[]> entries;
+};
+
+/// Empties the table and gives it one empty entry: 1. No memory: 0, and the table stays empty.
+[[nodiscard]] int LevelTable_CreateSingleLevel(LevelTable& table) noexcept;
+
+/// Frees every payload and the entries.
+void LevelTable_Release(LevelTable& table) noexcept;
+
+/// Replaces the payload by `byteCount` bytes with undefined contents: 1. A count of 0 changes
+/// nothing and gives 0; no memory gives 0 and leaves the entry without payload.
+[[nodiscard]] int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept;
+
+}  // namespace koru

@@ -1,0 +1,386 @@
+#include "formats/expand.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <limits>
+#include <utility>
+
+#include "formats/gl_codes.h"
+
+namespace koru {
+namespace {
+
+struct Rgba8 {
+    std::uint8_t r = 0, g = 0, b = 0, a = 255;
+};
+
+constexpr std::uint8_t Low8(std::uint32_t value) noexcept {
+    return static_cast<std::uint8_t>(value);
+}
+
+/// A field of `Bits` bits at `Shift`, scaled to 0..255 by a truncating division.
+template <unsigned Shift, unsigned Bits>
+constexpr std::uint8_t ScaleField(std::uint32_t pixel) noexcept {
+    constexpr std::uint32_t kFull = (1u << Bits) - 1u;
+    return Low8((pixel >> Shift & kFull) * 255u / kFull);
+}
+
+constexpr std::uint32_t Load16(const std::uint8_t* p) noexcept {
+    return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8;
+}
+
+constexpr std::uint32_t Load32(const std::uint8_t* p) noexcept {
+    return Load16(p) | Load16(p + 2) << 16;
+}
+
+/// An unsigned float of 5 exponent and `MantissaBits` mantissa bits, times 255, truncated; the low
+/// 8 bits of that. Infinity and NaN count as 0, and so does every denormal (below 1/255).
+/// Layout: GL_EXT_packed_float.
+template <unsigned MantissaBits>
+constexpr std::uint8_t ScaleSmallFloat(std::uint32_t bits) noexcept {
+    const std::uint32_t exponent = bits >> MantissaBits;
+    if (exponent == 0 || exponent >= 31) return 0;
+    const std::uint32_t one = 1u << MantissaBits;
+    const std::uint32_t scaled = (one + (bits & (one - 1u))) * 255u;
+    // value = scaled * 2^(exponent - 15 - MantissaBits)
+    constexpr std::uint32_t kUnitExponent = 15 + MantissaBits;
+    // Quirk: no clamping, so 2.0 stores 254; pictures of such files look as they always did.
+    return exponent >= kUnitExponent ? Low8(scaled << (exponent - kUnitExponent))
+                                     : Low8(scaled >> (kUnitExponent - exponent));
+}
+
+/// A channel by its mask. Quirk: in 32 bits that wrap, so a channel of more than 8 bits keeps its
+/// lowest bits only; pictures of such files look as they always did.
+constexpr std::uint8_t ScaleMasked(std::uint32_t pixel, const ChannelLayout& layout,
+                                   std::size_t channel) noexcept {
+    const std::uint32_t full = layout.maxValues[channel];
+    if (full == 0) return 0;
+    const std::uint32_t value = (pixel >> layout.shifts[channel])
+                                    << Layout_GetScaleShift(layout.bitCounts[channel]) &
+                                full;
+    return Low8(value * 255u / full);  // the product wraps by definition
+}
+
+// Converters: bytes a pixel has, whether it brings alpha, and its channels. `Convert` reads
+// kBytes bytes.
+
+struct ConvertGrey {
+    static constexpr unsigned kBytes = 1;
+    static constexpr bool kHasAlpha = false;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[0], p[0], 255}; }
+};
+
+struct ConvertRgb565 {
+    static constexpr unsigned kBytes = 2;
+    static constexpr bool kHasAlpha = true;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Load16(p);
+        return {ScaleField<11, 5>(v), ScaleField<5, 6>(v), ScaleField<0, 5>(v), 255};
+    }
+};
+
+template <bool WithAlphaBit>
+struct ConvertRgb5 {
+    static constexpr unsigned kBytes = 2;
+    static constexpr bool kHasAlpha = true;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Load16(p);
+        return {ScaleField<10, 5>(v), ScaleField<5, 5>(v), ScaleField<0, 5>(v),
+                WithAlphaBit ? ScaleField<15, 1>(v) : std::uint8_t{255}};
+    }
+};
+
+/// Quirk: red in bits 8..11 and alpha on top, as in 0xARGB; hosts know the colors this gives.
+struct ConvertRgba4 {
+    static constexpr unsigned kBytes = 2;
+    static constexpr bool kHasAlpha = true;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Load16(p);
+        return {ScaleField<8, 4>(v), ScaleField<4, 4>(v), ScaleField<0, 4>(v),
+                ScaleField<12, 4>(v)};
+    }
+};
+
+/// Pixels of a width or 16-bit format that has no conversion. Quirk: they repeat the channels of
+/// the pixel before, and before any pixel those are opaque black; blank instead of refused.
+template <unsigned Bytes>
+struct ConvertNone {
+    static constexpr unsigned kBytes = Bytes;
+    static constexpr bool kHasAlpha = Bytes == 2;
+    Rgba8 operator()(const std::uint8_t*) const noexcept { return {}; }
+};
+
+struct ConvertRgb8 {
+    static constexpr unsigned kBytes = 3;
+    static constexpr bool kHasAlpha = false;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], 255}; }
+};
+
+struct ConvertRgba8 {
+    static constexpr unsigned kBytes = 4;
+    static constexpr bool kHasAlpha = true;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], p[3]}; }
+};
+
+struct ConvertMasked {
+    static constexpr unsigned kBytes = 4;
+    static constexpr bool kHasAlpha = true;
+    const ChannelLayout& layout;
+    bool alphaByMask;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Load32(p);
+        return {ScaleMasked(v, layout, 0), ScaleMasked(v, layout, 1), ScaleMasked(v, layout, 2),
+                alphaByMask ? ScaleMasked(v, layout, 3) : std::uint8_t{255}};
+    }
+};
+
+struct ConvertSmallFloats {
+    static constexpr unsigned kBytes = 4;
+    static constexpr bool kHasAlpha = true;
+    const ChannelLayout& layout;
+    Rgba8 operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Load32(p);
+        const auto field = [&](std::size_t channel) {
+            return (v & layout.masks[channel]) >> layout.shifts[channel];
+        };
+        return {ScaleSmallFloat<6>(field(0)), ScaleSmallFloat<6>(field(1)),
+                ScaleSmallFloat<5>(field(2)), 255};
+    }
+};
+
+/// Where a row begins, in bytes of source and target, and how many pixels of it are converted.
+struct RowSpan {
+    std::uint64_t source = 0;
+    std::uint64_t target = 0;
+    std::uint64_t pixelCount = 0;
+};
+
+/// How many steps from `first` lie below `limit`.
+constexpr std::uint64_t CountBelow(std::uint64_t first, std::uint64_t step,
+                                   std::uint64_t limit) noexcept {
+    if (first >= limit) return 0;
+    return step == 0 ? std::numeric_limits<std::uint64_t>::max() : (limit - first - 1) / step + 1;
+}
+
+/// Walks the rows; `convertRow` gets each one that has pixels. A row ends before the first pixel
+/// whose third byte lies behind the target, or whose second (16 bits) or third (24 and more) lies
+/// behind the source. Quirk: a grey byte and the fourth byte of a pixel are not tested.
+template <typename ConvertRow>
+void WalkRows(const DecodeSurface& surface, const PackedPixels& source, std::uint64_t pixelBytes,
+              std::uint64_t rowPadding, ConvertRow&& convertRow) noexcept {
+    const std::uint64_t testedByte = std::min<std::uint64_t>(pixelBytes, 3) - (pixelBytes != 0);
+    RowSpan row;
+    for (std::uint32_t y = 0; y < surface.height; ++y) {
+        row.pixelCount = std::min(
+            std::uint64_t{surface.width},
+            CountBelow(row.target + 2, surface.bytesPerPixel, surface.dataSize));
+        if (pixelBytes >= 2) {
+            row.pixelCount = std::min(
+                row.pixelCount, CountBelow(row.source + testedByte, pixelBytes, source.size));
+        }
+        // Offsets only grow: after an empty row every later one is empty too.
+        if (row.pixelCount == 0) return;
+        convertRow(row);
+        // Quirk: a row that ended early does not move on to the next row's own place.
+        row.source += row.pixelCount * pixelBytes + rowPadding;
+        row.target += row.pixelCount * surface.bytesPerPixel;
+    }
+}
+
+template <unsigned TargetBytes, bool WithAlpha>
+void StorePixel(std::uint8_t* target, const Rgba8& color) noexcept {
+    target[0] = color.r;
+    target[1] = color.g;
+    target[2] = color.b;
+    if constexpr (TargetBytes == 4 && WithAlpha) target[3] = color.a;
+}
+
+template <unsigned TargetBytes, bool WithAlpha, typename Convert>
+void ConvertRows(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+                 const Convert& convert) noexcept {
+    constexpr unsigned kBytes = Convert::kBytes;
+    WalkRows(surface, source, kBytes, rowPadding, [&](const RowSpan& row) {
+        std::uint8_t* target = surface.pixels.Data() + row.target;
+        const std::uint64_t readable =
+            row.source < source.readable ? source.readable - row.source : 0;
+        const std::uint64_t wholeCount = std::min(row.pixelCount, readable / kBytes);
+        const std::uint8_t* pixel = source.data + (wholeCount != 0 ? row.source : 0);
+        for (std::uint64_t i = 0; i < wholeCount; ++i, pixel += kBytes, target += TargetBytes) {
+            StorePixel<TargetBytes, WithAlpha>(target, convert(pixel));
+        }
+        // Pixels that reach past the memory: what is missing reads as 0.
+        for (std::uint64_t i = wholeCount; i < row.pixelCount; ++i, target += TargetBytes) {
+            std::array<std::uint8_t, kBytes> cut{};
+            for (std::uint64_t byte = 0; byte < kBytes; ++byte) {
+                const std::uint64_t offset = i * kBytes + byte;
+                if (offset < readable) cut[byte] = source.data[row.source + offset];
+            }
+            StorePixel<TargetBytes, WithAlpha>(target, convert(cut.data()));
+        }
+    });
+}
+
+template <typename Convert>
+void ExpandWith(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+                const Convert& convert) noexcept {
+    if (surface.bytesPerPixel == 3) {
+        ConvertRows<3, false>(surface, source, rowPadding, convert);
+    } else if (Convert::kHasAlpha && surface.bitsPerPixel == 32) {
+        ConvertRows<4, true>(surface, source, rowPadding, convert);
+    } else {
+        ConvertRows<4, false>(surface, source, rowPadding, convert);
+    }
+}
+
+void Expand16(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+              const ChannelLayout& layout) noexcept {
+    switch (layout.glFormat) {
+        case GL_RGB565:
+            return ExpandWith(surface, source, rowPadding, ConvertRgb565{});
+        case GL_RGB5:
+            return ExpandWith(surface, source, rowPadding, ConvertRgb5<false>{});
+        case GL_RGB5_A1:
+            return ExpandWith(surface, source, rowPadding, ConvertRgb5<true>{});
+        case GL_RGBA4:
+            return ExpandWith(surface, source, rowPadding, ConvertRgba4{});
+        default:
+            return ExpandWith(surface, source, rowPadding, ConvertNone<2>{});
+    }
+}
+
+void Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+              const ChannelLayout& layout, ExpandMember member) noexcept {
+    switch (layout.glFormat) {
+        case GL_RGB10_A2:
+        case GL_RGB10_A2UI:
+            return ExpandWith(surface, source, rowPadding,
+                              ConvertMasked{.layout = layout, .alphaByMask = true});
+        case GL_RGB9_E5:
+            // Quirk: the shared exponent is ignored; pictures look as they always did.
+            return ExpandWith(surface, source, rowPadding,
+                              ConvertMasked{.layout = layout, .alphaByMask = false});
+        case GL_R11F_G11F_B10F:
+            if (member == ExpandMember::Ktx) {
+                return ExpandWith(surface, source, rowPadding,
+                                  ConvertSmallFloats{.layout = layout});
+            }
+            return ExpandWith(surface, source, rowPadding, ConvertRgba8{});
+        default:
+            return ExpandWith(surface, source, rowPadding, ConvertRgba8{});
+    }
+}
+
+/// Source widths without a conversion: channels stay opaque black, alpha is not written.
+void ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& source,
+                        std::uint64_t pixelBytes, std::uint64_t rowPadding) noexcept {
+    WalkRows(surface, source, pixelBytes, rowPadding, [&](const RowSpan& row) {
+        std::uint8_t* target = surface.pixels.Data() + row.target;
+        for (std::uint64_t i = 0; i < row.pixelCount; ++i, target += surface.bytesPerPixel) {
+            StorePixel<3, false>(target, Rgba8{});
+        }
+    });
+}
+
+/// Bytes of a source pixel as the member counts them.
+constexpr std::uint64_t GetPixelBytes(const PackedPixels& source, ExpandMember member) noexcept {
+    return member == ExpandMember::Astc ? 4u : source.bitsPerPixel / 8u;
+}
+
+/// Bytes from the end of a row's pixels to the next multiple of 4. Decoders of 24-bit rows hand
+/// them over unpadded all the same; such images come out sheared, as they always did.
+constexpr std::uint64_t GetRowPadding(std::uint32_t width, std::uint64_t pixelBytes) noexcept {
+    const std::uint64_t rowBytes = width * pixelBytes;
+    return (rowBytes + 3u) / 4u * 4u - rowBytes;
+}
+
+int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
+             const ChannelLayout& layout) noexcept {
+    if (!surface.pixels || source.data == nullptr || source.size == 0) return 0;
+    if (member != ExpandMember::Astc && source.bitsPerPixel == 0) return 0;
+    const std::uint64_t pixelBytes = GetPixelBytes(source, member);
+    const std::uint64_t rowPadding = GetRowPadding(surface.width, pixelBytes);
+    switch (pixelBytes) {
+        case 1:
+            ExpandWith(surface, source, rowPadding, ConvertGrey{});
+            break;
+        case 2:
+            Expand16(surface, source, rowPadding, layout);
+            break;
+        case 3:
+            ExpandWith(surface, source, rowPadding, ConvertRgb8{});
+            break;
+        case 4:
+            Expand32(surface, source, rowPadding, layout, member);
+            break;
+        default:
+            ExpandUnknownWidth(surface, source, pixelBytes, rowPadding);
+            break;
+    }
+    return 1;
+}
+
+/// Whether 32-bit pixels of this format are copied byte by byte.
+constexpr bool IsRaw32(std::uint32_t glFormat, ExpandMember member) noexcept {
+    switch (glFormat) {
+        case GL_RGB10_A2:
+        case GL_RGB10_A2UI:
+        case GL_RGB9_E5:
+            return false;
+        case GL_R11F_G11F_B10F:
+            return member != ExpandMember::Ktx;
+        default:
+            return true;
+    }
+}
+
+}  // namespace
+
+PackedPixels Packed_FromBuffer(const ByteBuffer& buffer, std::uint32_t size,
+                               std::uint32_t bitsPerPixel) noexcept {
+    const std::uint64_t readable = std::uint64_t{buffer.Size()} + ByteBuffer::kSlackBytes;
+    return {.data = buffer.Data(),
+            .size = std::min(size, buffer.Size()),
+            .readable = static_cast<std::uint32_t>(
+                std::min<std::uint64_t>(readable, std::numeric_limits<std::uint32_t>::max())),
+            .bitsPerPixel = bitsPerPixel};
+}
+
+int ExpandPackedPixels(DecodeSurface& surface, const PackedPixels& source,
+                       const ChannelLayout& layout) noexcept {
+    return ExpandAs(ExpandMember::Ktx, surface, source, layout);
+}
+
+int ExpandPackedPixelsPvr(DecodeSurface& surface, const PackedPixels& source,
+                          const ChannelLayout& layout) noexcept {
+    return ExpandAs(ExpandMember::Pvr, surface, source, layout);
+}
+
+int ExpandPackedPixelsAstc(DecodeSurface& surface, const PackedPixels& source,
+                           const ChannelLayout& layout) noexcept {
+    return ExpandAs(ExpandMember::Astc, surface, source, layout);
+}
+
+bool Expand_IsCopy(const DecodeSurface& surface, const PackedPixels& source,
+                   const ChannelLayout& layout, ExpandMember member) noexcept {
+    const std::uint64_t pixelBytes = GetPixelBytes(source, member);
+    if (pixelBytes != surface.bytesPerPixel || source.size != surface.dataSize) return false;
+    if (GetRowPadding(surface.width, pixelBytes) != 0) return false;
+    if (pixelBytes == 3) return true;
+    return pixelBytes == 4 && surface.bitsPerPixel == 32 && IsRaw32(layout.glFormat, member);
+}
+
+int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source, std::uint32_t bitsPerPixel,
+                      const ChannelLayout& layout, ExpandMember member) noexcept {
+    const PackedPixels packed = Packed_FromBuffer(source, source.Size(), bitsPerPixel);
+    if (Expand_IsCopy(surface, packed, layout, member)) {
+        surface.pixels = std::move(source);
+        return 1;
+    }
+    surface.pixels = ByteBuffer::AllocateZeroed(surface.dataSize);
+    if (!surface.pixels) return 0;
+    ExpandAs(member, surface, packed, layout);
+    return 1;
+}
+
+}  // namespace koru
