@@ -15,12 +15,12 @@
  *   The host must serialise its calls. Work that shall run in parallel belongs into processes.
  *
  * What one load leaves to the next
- *   KTX and PVR remember, for each of the two, that a four-component image was loaded. From then on
- *   every load of that format decodes into a 32-bit working image. The layout of a record follows
- *   from the flags alone; only the alpha of formats that have no alpha of their own can depend on
- *   the order of loads, and there it is 255 either way. Hosts that pass KORU_FLAG_RGBA never need
- *   to care. The payload of a format's last load stays in memory until that format's next load or
- *   until the library is unloaded.
+ *   KTX and PVR each remember that a four-component image was loaded. From then on every load of
+ *   that format decodes into a 32-bit working image instead of a 24-bit one. The layout of a record
+ *   follows from the flags alone: an RGBA record takes its alpha from a 32-bit working image, and
+ *   255 where that is 24-bit. Nothing resets this but unloading the library.
+ *   The payload of a format's last load stays in memory until that format's next load or until the
+ *   library is unloaded.
  *
  * Failure
  *   A loader returns NULL, a writer 0. There is no error code, no message and no exception; running
@@ -108,67 +108,116 @@ KORU_API void KORU_Init(void);
 /** Does nothing; may be called at any time, any number of times. Records stay valid. */
 KORU_API void KORU_Exit(void);
 
-/**
- * Loads the first image of a file.
+/* Loading. Every loader's rules:
  *
- * @param path   The file, zero-terminated UTF-16; it is opened, read whole and closed. NULL fails.
- * @param flags  KORU_FLAG_* values.
- * @return       A record to pass to KORU_Delete_Image, or NULL on any failure: no such file, an
- *               empty one or one of 4 GiB and more, another container, a header field that is out
- *               of its range, a format that is not decoded, too short a payload, pixels of 4 GiB
- *               and more, no memory.
+ * path    Zero-terminated UTF-16. The file is opened, read whole and closed. NULL fails.
+ * data    `size` bytes, borrowed during the call; never written, kept or freed. NULL fails.
+ * size    Bytes; 0 fails.
+ * flags   KORU_FLAG_* values.
+ * result  A record that the caller owns and passes to KORU_Delete_Image. NULL on any failure: a bad
+ *         argument; no such file, an empty one or one of 4 GiB and more; another container or a
+ *         header field out of its range; a pixel format that is not decoded; too short a payload;
+ *         pixels of 4 GiB and more; no memory.
  *
- * Loads must not overlap in time (see the top of this file).
- *
- * ASTC: the 16-byte ".astc" header of the Arm ASTC Encoder, images of depth 1, LDR profile, linear.
- *       A block footprint that the ASTC standard does not know still gives a record, of transparent
- *       black.
- * KTX:  KTX 1.1 (little-endian) and KTX 2.0 (without supercompression) of the Khronos Group.
- * PVR:  the legacy header ("PVR!") and version 3.
+ * Calls must not overlap in time, whatever the format (see the top of this file).
  */
-KORU_API KORU_Image* KORU_Load_ASTC_From_File(const KORU_Char* path, uint32_t flags);
-KORU_API KORU_Image* KORU_Load_KTX_From_File(const KORU_Char* path, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_File */
-KORU_API KORU_Image* KORU_Load_PVR_From_File(const KORU_Char* path, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_File */
 
 /**
- * Loads the first image of a file that is in memory; otherwise as KORU_Load_ASTC_From_File.
+ * Loads an ".astc" file: the 16-byte header of the Arm ASTC Encoder and the blocks of one image of
+ * depth 1, decoded as linear LDR. A block footprint that the ASTC standard does not know gives a
+ * record of transparent black, not a failure. No load depends on an earlier one.
  *
- * @param data   `size` bytes, borrowed during the call; never written, kept or freed. NULL fails.
- * @param size   Bytes; 0 fails.
+ * @param path   The file, zero-terminated UTF-16.
  * @param flags  KORU_FLAG_* values.
- * @return       A record to pass to KORU_Delete_Image, or NULL on any failure.
+ * @return       The caller's record, or NULL on failure.
+ */
+KORU_API KORU_Image* KORU_Load_ASTC_From_File(const KORU_Char* path, uint32_t flags);
+
+/**
+ * Loads an ".astc" file that is in memory; otherwise as KORU_Load_ASTC_From_File.
+ *
+ * @param data   The file's bytes, borrowed during the call.
+ * @param size   How many.
+ * @param flags  KORU_FLAG_* values.
+ * @return       The caller's record, or NULL on failure.
  */
 KORU_API KORU_Image* KORU_Load_ASTC_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
-KORU_API KORU_Image* KORU_Load_KTX_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_Memory */
-KORU_API KORU_Image* KORU_Load_PVR_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);  /**< @copydoc KORU_Load_ASTC_From_Memory */
+
+/**
+ * Loads a KTX file of the Khronos Group. This version has no KTX reader: the result is NULL.
+ *
+ * Sticky: once a four-component KTX image was loaded, later KTX loads decode into a 32-bit working
+ * image; see the top of this file.
+ *
+ * @param path   The file, zero-terminated UTF-16.
+ * @param flags  KORU_FLAG_* values.
+ * @return       The caller's record, or NULL on failure.
+ */
+KORU_API KORU_Image* KORU_Load_KTX_From_File(const KORU_Char* path, uint32_t flags);
+
+/**
+ * Loads a KTX file that is in memory; otherwise as KORU_Load_KTX_From_File, sticky flag included.
+ *
+ * @param data   The file's bytes, borrowed during the call.
+ * @param size   How many.
+ * @param flags  KORU_FLAG_* values.
+ * @return       The caller's record, or NULL on failure.
+ */
+KORU_API KORU_Image* KORU_Load_KTX_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
+
+/**
+ * Loads a PVR file. This version has no PVR reader: the result is NULL.
+ *
+ * Sticky: once a four-component PVR image was loaded, later PVR loads decode into a 32-bit working
+ * image; see the top of this file.
+ *
+ * @param path   The file, zero-terminated UTF-16.
+ * @param flags  KORU_FLAG_* values.
+ * @return       The caller's record, or NULL on failure.
+ */
+KORU_API KORU_Image* KORU_Load_PVR_From_File(const KORU_Char* path, uint32_t flags);
+
+/**
+ * Loads a PVR file that is in memory; otherwise as KORU_Load_PVR_From_File, sticky flag included.
+ *
+ * @param data   The file's bytes, borrowed during the call.
+ * @param size   How many.
+ * @param flags  KORU_FLAG_* values.
+ * @return       The caller's record, or NULL on failure.
+ */
+KORU_API KORU_Image* KORU_Load_PVR_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
+
+/* Writing. Every writer borrows the record, and none creates a file without a path, an image or
+ * pixels, or with a width or height of 0: the result is then 0. A write that fails after the file
+ * was opened leaves what was written so far. Calls must not overlap in time with other calls.
+ */
 
 /**
  * Writes the header of an ".astc" file, 20 bytes, and no blocks: the library has no ASTC encoder.
  * The result is therefore always 0, also after the header was written.
  *
  * @param path   The file, zero-terminated UTF-16; an existing one is replaced.
- * @param image  Borrowed. Once the file is open, a 24-bit image is converted in place to 32-bit RGBA
- *               with alpha 255 and packed rows, and stays so: `pixels` is then another buffer.
- * @return       0. Without a path, an image or pixels, or with a width or height of 0, no file is
- *               created.
+ * @param image  Once the file is open, a 24-bit image is converted in place to 32-bit RGBA with
+ *               alpha 255 and packed rows, and stays so: `pixels` is then another buffer.
+ * @return       0.
  */
 KORU_API int32_t KORU_Write_ASTC_To_File(const KORU_Char* path, KORU_Image* image);
 
 /**
- * Writes a KTX 1.1 file. Not available in this version: the result is 0 and no file is created.
+ * Writes a KTX file. This version has no KTX writer: the result is 0 and no file is created.
  *
  * @param path   The file, zero-terminated UTF-16.
- * @param image  Borrowed.
- * @return       0.
+ * @param image  The image to write.
+ * @return       1 for success, 0 for failure.
  */
 KORU_API int32_t KORU_Write_KTX_To_File(const KORU_Char* path, KORU_Image* image);
 
 /**
- * Writes a PVR file. Not available in this version: the result is 0 and no file is created.
+ * Writes a PVR file. This version has no PVR writer: the result is 0 and no file is created.
  *
  * @param path   The file, zero-terminated UTF-16.
- * @param image  Borrowed.
- * @return       0.
+ * @param image  The image to write.
+ * @return       1 for success, 0 for failure.
  */
 KORU_API int32_t KORU_Write_PVR_To_File(const KORU_Char* path, KORU_Image* image);
 

@@ -5,6 +5,8 @@
 #include <memory>
 #include <type_traits>
 
+#include "core/byte_buffer.h"
+
 namespace koru {
 namespace {
 
@@ -12,6 +14,10 @@ struct ContextDeleter {
     void operator()(astcenc_context* context) const noexcept { astcenc_context_free(context); }
 };
 using ContextHandle = std::unique_ptr<astcenc_context, ContextDeleter>;
+
+/// More than a context of any footprint takes (33 MiB in 4.2). Above 32 MiB the allocation is
+/// mapped and unmapped on its own and leaves the heap's tuning alone.
+constexpr std::uint32_t kContextBytesBound = 36u << 20;
 
 constexpr float kQuality = 60.0f;  // the codec's medium preset; decoding does not depend on it
 constexpr unsigned kThreadCount = 1;
@@ -28,6 +34,15 @@ astcenc_error AllocateContext(Allocate allocate, const astcenc_config& config,
     }
 }
 
+/// Whether a context will find its memory. The codec does not check its largest allocation and
+/// leaks when a later one fails, so it is asked only if all of them will succeed.
+bool HasContextMemory() noexcept {
+    ByteBuffer probe = ByteBuffer::Allocate(kContextBytesBound);
+    // Through volatile, or the compiler drops an allocation that nobody uses.
+    if (probe) *static_cast<volatile std::uint8_t*>(probe.Data()) = 0;
+    return static_cast<bool>(probe);
+}
+
 AstcDecodeResult Decode(std::span<const std::uint8_t> payload, std::uint32_t width,
                         std::uint32_t height, const AstcFootprint& footprint,
                         std::uint8_t* pixels) {
@@ -37,6 +52,7 @@ AstcDecodeResult Decode(std::span<const std::uint8_t> payload, std::uint32_t wid
         return AstcDecodeResult::Refused;
     }
 
+    if (!HasContextMemory()) return AstcDecodeResult::OutOfMemory;
     astcenc_context* rawContext = nullptr;
     const astcenc_error allocated = AllocateContext(&astcenc_context_alloc, config, &rawContext);
     if (allocated == ASTCENC_ERR_OUT_OF_MEM) return AstcDecodeResult::OutOfMemory;

@@ -32,7 +32,7 @@ constexpr bool IsLowSurrogate(char16_t unit) noexcept { return (unit & 0xFC00u) 
 
 /// The path as zero-terminated UTF-8; empty for a lone surrogate or without memory.
 ByteBuffer ToUtf8(const char16_t* path) noexcept {
-    constexpr std::size_t kBytesPerUnit = 3;  // a pair of units needs 4, fewer than 2 * 3
+    constexpr std::size_t kBytesPerUnit = 3;     // a pair of units needs 4, fewer than 2 * 3
     constexpr std::size_t kMostUnits = 0x10000;  // longer than any file system allows
     std::size_t unitCount = 0;
     while (path[unitCount] != 0) {
@@ -42,7 +42,9 @@ ByteBuffer ToUtf8(const char16_t* path) noexcept {
         ByteBuffer::Allocate(static_cast<std::uint32_t>(unitCount * kBytesPerUnit + 1));
     if (!utf8) return {};
     std::uint8_t* target = utf8.Data();
-    const auto put = [&target](std::uint32_t value) { *target++ = static_cast<std::uint8_t>(value); };
+    const auto put = [&target](std::uint32_t value) {
+        *target++ = static_cast<std::uint8_t>(value);
+    };
     for (std::size_t i = 0; i < unitCount; ++i) {
         std::uint32_t point = path[i];
         if (IsHighSurrogate(path[i]) && IsLowSurrogate(path[i + 1])) {

@@ -44,7 +44,8 @@ ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noex
 }
 
 /// Copies packed pixels; a source without alpha gives opaque ones.
-void CopyPixels(std::uint8_t* target, std::uint32_t targetBytes, const DecodeSurface& surface) noexcept {
+void CopyPixels(std::uint8_t* target, std::uint32_t targetBytes,
+                const DecodeSurface& surface) noexcept {
     const std::uint8_t* source = surface.pixels.Data();
     const bool hasAlpha = surface.bitsPerPixel == 32;
     const std::size_t pixelCount = std::size_t{surface.width} * surface.height;

@@ -56,9 +56,8 @@ constexpr std::uint8_t ScaleMasked(std::uint32_t pixel, const ChannelLayout& lay
                                    std::size_t channel) noexcept {
     const std::uint32_t full = layout.maxValues[channel];
     if (full == 0) return 0;
-    const std::uint32_t value = (pixel >> layout.shifts[channel])
-                                    << Layout_GetScaleShift(layout.bitCounts[channel]) &
-                                full;
+    const std::uint32_t value =
+        (pixel >> layout.shifts[channel]) << Layout_GetScaleShift(layout.bitCounts[channel]) & full;
     return Low8(value * 255u / full);  // the product wraps by definition
 }
 
@@ -172,12 +171,12 @@ void WalkRows(const DecodeSurface& surface, const PackedPixels& source, std::uin
     const std::uint64_t testedByte = std::min<std::uint64_t>(pixelBytes, 3) - (pixelBytes != 0);
     RowSpan row;
     for (std::uint32_t y = 0; y < surface.height; ++y) {
-        row.pixelCount = std::min(
-            std::uint64_t{surface.width},
-            CountBelow(row.target + 2, surface.bytesPerPixel, surface.dataSize));
+        row.pixelCount =
+            std::min(std::uint64_t{surface.width},
+                     CountBelow(row.target + 2, surface.bytesPerPixel, surface.dataSize));
         if (pixelBytes >= 2) {
-            row.pixelCount = std::min(
-                row.pixelCount, CountBelow(row.source + testedByte, pixelBytes, source.size));
+            row.pixelCount = std::min(row.pixelCount,
+                                      CountBelow(row.source + testedByte, pixelBytes, source.size));
         }
         // Offsets only grow: after an empty row every later one is empty too.
         if (row.pixelCount == 0) return;

@@ -1,0 +1,171 @@
+// Every allocation of a load and of a write may fail: the result is null or 0, nothing leaks, and
+// the next call works. Runs in a process of its own, whose allocator can refuse.
+#include <astcenc.h>
+#include <gtest/gtest.h>
+#include <korutex.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include "astc_builder.h"
+#include "heap_faults.h"
+#include "koru_image_ptr.h"
+#include "test_files.h"
+
+namespace {
+
+const Bytes kFile = AstcBuilder().Size(5, 5).Solid({1, 2, 3, 4}, 4).Build();
+
+KORU_Image* LoadMemory(std::uint32_t flags) {
+    return KORU_Load_ASTC_From_Memory(kFile.data(), static_cast<std::uint32_t>(kFile.size()),
+                                      flags);
+}
+
+class AllocationFailure : public testing::Test {
+  protected:
+    // The codec does not survive a failure of its own; the library asks for the codec's memory
+    // before it calls it, and that request counts here.
+    AllocationFailure() {
+        HeapFaults_SpareLibraryOf(reinterpret_cast<const void*>(&astcenc_context_alloc));
+        Test_WriteFile(folder_ / "five.astc", kFile);
+        path_ = Test_ToKoruPath(folder_ / "five.astc");
+    }
+
+    /// Fails allocation 1, 2, 3, ... of `load` until none is left to fail.
+    void FailEach(const std::function<KORU_Image*()>& load, std::size_t atLeast) {
+        KoruImagePtr(load()).reset();  // what a first load leaves behind is there
+        const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
+        std::size_t failed = 0;
+        for (std::size_t n = 1;; ++n) {
+            HeapFaults_Arm(n);
+            KORU_Image* image = load();
+            const std::size_t asked = HeapFaults_Disarm();
+            if (asked < n) {
+                EXPECT_NE(image, nullptr);
+                KORU_Delete_Image(image);
+                break;
+            }
+            ++failed;
+            EXPECT_EQ(image, nullptr) << "allocation " << n << " failed";
+            KORU_Delete_Image(image);
+
+            const KoruImagePtr next(load());
+            ASSERT_NE(next, nullptr) << "the load after allocation " << n << " failed";
+            if (next->pixels != nullptr) {
+                EXPECT_EQ(next->pixels[0], 1);
+            }
+        }
+        EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
+        EXPECT_GE(failed, atLeast);
+    }
+
+    TempFolder folder_;
+    KoruPath path_;
+};
+
+// Level entry, payload, pixels, the codec's memory, record.
+TEST_F(AllocationFailure, OfALoadFromMemory) {
+    FailEach([] { return LoadMemory(KORU_FLAG_RGBA); }, 5);
+}
+
+// The same and the record's own pixels.
+TEST_F(AllocationFailure, OfALoadFromMemoryAsRgb) {
+    FailEach([] { return LoadMemory(0); }, 6);
+}
+
+TEST_F(AllocationFailure, OfAHeaderOnlyLoad) {
+    FailEach([] { return LoadMemory(KORU_FLAG_HEADER_ONLY); }, 5);
+}
+
+// The path, the stream and the file's bytes besides.
+TEST_F(AllocationFailure, OfALoadFromFile) {
+    FailEach([this] { return KORU_Load_ASTC_From_File(path_.c_str(), KORU_FLAG_RGBA); }, 8);
+}
+
+TEST_F(AllocationFailure, OfAWrite) {
+    const KoruPath target = Test_ToKoruPath(folder_ / "stub.astc");
+    const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
+    bool wasConverted = false;
+    std::size_t n = 1;
+    for (; !wasConverted; ++n) {
+        const KoruImagePtr image(LoadMemory(0));
+        ASSERT_NE(image, nullptr);
+        HeapFaults_Arm(n);
+        EXPECT_EQ(KORU_Write_ASTC_To_File(target.c_str(), image.get()), 0);
+        const std::size_t asked = HeapFaults_Disarm();
+        wasConverted = asked < n;
+        EXPECT_EQ(image->bitsPerPixel, wasConverted ? 32u : 24u) << n;
+        EXPECT_EQ(image->pixels[0], 1);
+    }
+    EXPECT_GE(n - 1, 4u) << "path, stream and converted pixels, then none";
+    EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
+}
+
+/// What the process has mapped, in bytes.
+std::size_t GetAddressSpace() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Below what a load needs the result is null, above it a record; a crash nowhere, least of all
+// inside the codec.
+TEST(AddressSpaceLimit, EndsInNullOrARecord) {
+    int failed = 0, loaded = 0;
+    for (std::size_t mebibytes = 0; mebibytes <= 80; mebibytes += 2) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            const std::size_t limit = GetAddressSpace() + (mebibytes << 20);
+            const rlimit bound{limit, limit};
+            if (setrlimit(RLIMIT_AS, &bound) != 0) _exit(2);
+            _exit(LoadMemory(KORU_FLAG_RGBA) != nullptr ? 0 : 1);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << "a crash with " << mebibytes << " MiB";
+        ASSERT_LE(WEXITSTATUS(status), 1);
+        ++(WEXITSTATUS(status) == 0 ? loaded : failed);
+    }
+    EXPECT_GT(failed, 0);
+    EXPECT_GT(loaded, 0);
+}
+
+const KORU_Image* g_watched = nullptr;
+KORU_Image g_seen;
+bool g_wasSeen = false;
+
+TEST(DeleteImage, ZeroesTheRecordBeforeFreeingIt) {
+    KORU_Image* image = LoadMemory(KORU_FLAG_RGBA);
+    ASSERT_NE(image, nullptr);
+    g_watched = image;
+    g_wasSeen = false;
+    HeapFaults_WatchFree([](const void* block) {
+        if (block != g_watched) return;
+        g_seen = *static_cast<const KORU_Image*>(block);
+        g_wasSeen = true;
+    });
+    KORU_Delete_Image(image);
+    HeapFaults_WatchFree(nullptr);
+
+    ASSERT_TRUE(g_wasSeen);
+    EXPECT_EQ(g_seen.width, 0u);
+    EXPECT_EQ(g_seen.height, 0u);
+    EXPECT_EQ(g_seen.bitsPerPixel, 0u);
+    EXPECT_EQ(g_seen.bytesPerPixel, 0u);
+    EXPECT_EQ(g_seen.bitsPerChannel, 0u);
+    EXPECT_EQ(g_seen.dataSize, 0u);
+    EXPECT_EQ(g_seen.stride, 0u);
+    EXPECT_EQ(g_seen.rowPadding, 0u);
+    EXPECT_EQ(g_seen.reservedA, 0u);
+    EXPECT_EQ(g_seen.reservedB, 0u);
+    EXPECT_EQ(g_seen.reservedC, 0u);
+    EXPECT_EQ(g_seen.reservedD, 0u);
+    EXPECT_EQ(g_seen.pixels, nullptr);
+}
+
+}  // namespace
