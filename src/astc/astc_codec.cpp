@@ -2,10 +2,10 @@
 
 #include <astcenc.h>
 
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <type_traits>
-
-#include "core/byte_buffer.h"
 
 namespace koru {
 namespace {
@@ -15,9 +15,9 @@ struct ContextDeleter {
 };
 using ContextHandle = std::unique_ptr<astcenc_context, ContextDeleter>;
 
-/// More than a context of any footprint takes (33 MiB in 4.2). Above 32 MiB the allocation is
+/// More than a context of any footprint takes (32.8 MiB in 4.2). Above 32 MiB the allocation is
 /// mapped and unmapped on its own and leaves the heap's tuning alone.
-constexpr std::uint32_t kContextBytesBound = 36u << 20;
+constexpr std::size_t kContextBytesBound = std::size_t{67} << 19;
 
 constexpr float kQuality = 60.0f;  // the codec's medium preset; decoding does not depend on it
 constexpr unsigned kThreadCount = 1;
@@ -37,10 +37,12 @@ astcenc_error AllocateContext(Allocate allocate, const astcenc_config& config,
 /// Whether a context will find its memory. The codec does not check its largest allocation and
 /// leaks when a later one fails, so it is asked only if all of them will succeed.
 bool HasContextMemory() noexcept {
-    ByteBuffer probe = ByteBuffer::Allocate(kContextBytesBound);
+    void* probe = std::malloc(kContextBytesBound);
+    if (probe == nullptr) return false;
     // Through volatile, or the compiler drops an allocation that nobody uses.
-    if (probe) *static_cast<volatile std::uint8_t*>(probe.Data()) = 0;
-    return static_cast<bool>(probe);
+    *static_cast<volatile std::uint8_t*>(probe) = 0;
+    std::free(probe);
+    return true;
 }
 
 AstcDecodeResult Decode(std::span<const std::uint8_t> payload, std::uint32_t width,

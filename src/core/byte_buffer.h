@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -27,16 +26,10 @@ class ByteBuffer {
     }
 
     /// `size` bytes with undefined contents; empty if size is 0 or there is no memory.
-    [[nodiscard]] static ByteBuffer Allocate(std::uint32_t size) noexcept {
-        ByteBuffer buffer = Adopt(size != 0 ? std::malloc(BytesWithSlack(size)) : nullptr, size);
-        if (buffer) std::memset(buffer.Data() + size, 0, kSlackBytes);
-        return buffer;
-    }
+    [[nodiscard]] static ByteBuffer Allocate(std::uint32_t size) noexcept;
 
     /// `size` zero bytes; empty if size is 0 or there is no memory.
-    [[nodiscard]] static ByteBuffer AllocateZeroed(std::uint32_t size) noexcept {
-        return Adopt(size != 0 ? std::calloc(BytesWithSlack(size), 1) : nullptr, size);
-    }
+    [[nodiscard]] static ByteBuffer AllocateZeroed(std::uint32_t size) noexcept;
 
     explicit operator bool() const noexcept { return bytes_ != nullptr; }
     [[nodiscard]] std::uint8_t* Data() noexcept { return bytes_.get(); }
@@ -56,15 +49,8 @@ class ByteBuffer {
         void operator()(std::uint8_t* bytes) const noexcept { std::free(bytes); }
     };
 
-    static std::size_t BytesWithSlack(std::uint32_t size) noexcept {
-        return std::size_t{size} + kSlackBytes;
-    }
-    static ByteBuffer Adopt(void* bytes, std::uint32_t size) noexcept {
-        ByteBuffer buffer;
-        buffer.bytes_.reset(static_cast<std::uint8_t*>(bytes));
-        buffer.size_ = bytes != nullptr ? size : 0;
-        return buffer;
-    }
+    /// Owns `bytes` of the malloc family; null gives an empty buffer.
+    static ByteBuffer Adopt(void* bytes, std::uint32_t size) noexcept;
 
     std::unique_ptr<std::uint8_t, Free> bytes_;
     std::uint32_t size_ = 0;

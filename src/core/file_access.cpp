@@ -108,7 +108,8 @@ bool File_Read(std::FILE* file, std::span<std::uint8_t> bytes) noexcept {
 }
 
 bool File_Write(std::FILE* file, std::span<const std::uint8_t> bytes) noexcept {
-    return std::fwrite(bytes.data(), bytes.size(), 1, file) == 1;
+    // An item of no bytes is none; the stream may not see the null pointer of an empty span.
+    return !bytes.empty() && std::fwrite(bytes.data(), bytes.size(), 1, file) == 1;
 }
 
 }  // namespace koru

@@ -44,19 +44,29 @@ ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noex
 }
 
 /// Copies packed pixels; a source without alpha gives opaque ones.
-void CopyPixels(std::uint8_t* target, std::uint32_t targetBytes,
-                const DecodeSurface& surface) noexcept {
-    const std::uint8_t* source = surface.pixels.Data();
-    const bool hasAlpha = surface.bitsPerPixel == 32;
-    const std::size_t pixelCount = std::size_t{surface.width} * surface.height;
+template <std::uint32_t SourceBytes, std::uint32_t TargetBytes>
+void CopyPixels(std::uint8_t* target, const std::uint8_t* source, std::size_t pixelCount,
+                bool hasAlpha) noexcept {
     for (std::size_t pixel = 0; pixel < pixelCount; ++pixel) {
         target[0] = source[0];
         target[1] = source[1];
         target[2] = source[2];
-        if (targetBytes == kRgbaBytes) target[3] = hasAlpha ? source[3] : kOpaque;
-        source += surface.bytesPerPixel;
-        target += targetBytes;
+        if constexpr (TargetBytes == kRgbaBytes) {
+            target[3] = SourceBytes == kRgbaBytes && hasAlpha ? source[3] : kOpaque;
+        }
+        source += SourceBytes;
+        target += TargetBytes;
     }
+}
+
+void CopySurface(KORU_Image& image, const DecodeSurface& surface) noexcept {
+    const std::size_t pixelCount = std::size_t{surface.width} * surface.height;
+    const bool hasAlpha = surface.bitsPerPixel == 32;
+    const bool fromRgba = surface.bytesPerPixel == kRgbaBytes;
+    const bool toRgba = image.bytesPerPixel == kRgbaBytes;
+    const auto copy = fromRgba ? (toRgba ? CopyPixels<4, 4> : CopyPixels<4, 3>)
+                               : (toRgba ? CopyPixels<3, 4> : CopyPixels<3, 3>);
+    copy(image.pixels, surface.pixels.Data(), pixelCount, hasAlpha);
 }
 
 }  // namespace
@@ -88,7 +98,7 @@ ImageHandle Image_FromSurface(const DecodeSurface& surface, std::uint32_t flags)
     if (image == nullptr || (flags & KORU_FLAG_HEADER_ONLY) != 0) return image;
     image->pixels = ByteBuffer::Allocate(image->dataSize).Release();
     if (image->pixels == nullptr) return nullptr;
-    CopyPixels(image->pixels, image->bytesPerPixel, surface);
+    CopySurface(*image, surface);
     return image;
 }
 

@@ -1,0 +1,48 @@
+# GoogleTest as GTest::gtest, GTest::gtest_main, GTest::gmock and GTest::gmock_main, and the function
+# that adds a test program. Built from sources where they are at hand: that works for every target
+# system and sanitizer.
+
+set(KORUTEX_GOOGLETEST_SOURCE_DIR "/usr/src/googletest" CACHE PATH
+    "Sources of GoogleTest; without a CMakeLists.txt there: find_package(GTest)")
+
+if(NOT TARGET GTest::gtest_main)
+  if(EXISTS "${KORUTEX_GOOGLETEST_SOURCE_DIR}/CMakeLists.txt")
+    set(INSTALL_GTEST OFF)
+    set(BUILD_GMOCK ON)
+    set(BUILD_SHARED_LIBS OFF)
+    set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+    set(CMAKE_SUPPRESS_DEVELOPER_WARNINGS ON)
+    add_subdirectory("${KORUTEX_GOOGLETEST_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+    unset(CMAKE_SUPPRESS_DEVELOPER_WARNINGS)
+    unset(CMAKE_POLICY_DEFAULT_CMP0077)
+    unset(BUILD_SHARED_LIBS)
+    foreach(_target gtest gtest_main gmock gmock_main)
+      target_compile_features(${_target} PUBLIC cxx_std_14)
+      if(KORUTEX_SANITIZE)
+        target_compile_options(${_target} PRIVATE -fsanitize=${KORUTEX_SANITIZE} -fno-omit-frame-pointer)
+      endif()
+      # Tests must not inherit the project's warnings from its headers.
+      get_target_property(_includes ${_target} INTERFACE_INCLUDE_DIRECTORIES)
+      set_target_properties(${_target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${_includes}")
+    endforeach()
+  else()
+    find_package(GTest REQUIRED)
+  endif()
+endif()
+
+# korutex_add_test(NAME [INTERFACE] SOURCES file... [LIBRARIES target...] [ARGUMENTS arg...])
+#
+# One program, one CTest entry: starting Wine for every single test would take minutes.
+# INTERFACE: the program is a host, linked to the shared library; otherwise it sees the internals.
+function(korutex_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "INTERFACE" "" "SOURCES;LIBRARIES;ARGUMENTS")
+  add_executable(${name} ${arg_SOURCES})
+  korutex_configure_target(${name})
+  if(arg_INTERFACE)
+    target_link_libraries(${name} PRIVATE korutex)
+  else()
+    target_link_libraries(${name} PRIVATE korutex_objects)
+  endif()
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS})
+endfunction()

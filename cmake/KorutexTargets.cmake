@@ -1,0 +1,24 @@
+# How every target of this project is compiled: language, warnings, sanitizers.
+
+function(korutex_configure_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    C_STANDARD 99
+    C_EXTENSIONS OFF)
+  if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT MSVC)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
+    if(KORUTEX_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(KORUTEX_SANITIZE)
+      target_compile_options(${target} PRIVATE
+        -fsanitize=${KORUTEX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+      target_link_options(${target} PRIVATE -fsanitize=${KORUTEX_SANITIZE})
+    endif()
+  endif()
+  if(MINGW)
+    # Programs and the library carry the C++ runtime along.
+    target_link_options(${target} PRIVATE -static)
+  endif()
+endfunction()

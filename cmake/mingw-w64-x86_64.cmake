@@ -1,0 +1,25 @@
+# Cross build for 64-bit Windows. The POSIX-thread compilers have <mutex> and <thread>.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+foreach(_language C CXX)
+  if(_language STREQUAL "C")
+    set(_compiler x86_64-w64-mingw32-gcc)
+  else()
+    set(_compiler x86_64-w64-mingw32-g++)
+  endif()
+  find_program(KORUTEX_MINGW_${_language} NAMES ${_compiler}-posix ${_compiler})
+  mark_as_advanced(KORUTEX_MINGW_${_language})
+  if(NOT KORUTEX_MINGW_${_language})
+    message(FATAL_ERROR "${_compiler} was not found; Debian has it in g++-mingw-w64-x86-64-posix.")
+  endif()
+  set(CMAKE_${_language}_COMPILER "${KORUTEX_MINGW_${_language}}")
+endforeach()
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+
+# Libraries come from the cross system and from the prefixes the user names, never from this machine.
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${CMAKE_PREFIX_PATH})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
