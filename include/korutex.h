@@ -64,6 +64,13 @@ typedef char16_t KORU_Char;
 typedef uint_least16_t KORU_Char;
 #endif
 
+/** A path literal of KORU_Char: KORU_TEXT("texture.ktx"). Outside Windows it needs C11. */
+#if defined(_WIN32)
+#define KORU_TEXT(literal) L##literal
+#else
+#define KORU_TEXT(literal) u##literal
+#endif
+
 /**
  * Load flags, or-ed together; other bits are ignored.
  *

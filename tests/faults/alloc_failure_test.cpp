@@ -135,6 +135,38 @@ TEST(AddressSpaceLimit, EndsInNullOrARecord) {
     EXPECT_GT(loaded, 0);
 }
 
+/// What the codec allocates by itself for one image, at its peak.
+std::size_t MeasureContextBytes() {
+    HeapFaults_Arm(0);
+    astcenc_config config{};
+    EXPECT_EQ(astcenc_config_init(ASTCENC_PRF_LDR, 6, 6, 1, 60.0f, 0, &config), ASTCENC_SUCCESS);
+    astcenc_context* context = nullptr;
+    EXPECT_EQ(astcenc_context_alloc(&config, 1, &context), ASTCENC_SUCCESS);
+    astcenc_context_free(context);
+    HeapFaults_Disarm();
+    return HeapFaults_GetPeakBytes();
+}
+
+// Nothing image-sized beside what must be there: no scratch, no second copy of the pixels.
+TEST(PeakMemory, OfALoadIsPayloadRecordAndContext) {
+    constexpr std::size_t kPayload = 342 * 342 * 16, kRecord = 2048 * 2048 * 4, kMebibyte = 1 << 20;
+    const Bytes file =
+        AstcBuilder().Blocks(6, 6).Size(2048, 2048).Solid({1, 2, 3, 4}, 342 * 342).Build();
+    const auto load = [&](std::uint32_t flags) {
+        HeapFaults_Arm(0);
+        const KoruImagePtr image(KORU_Load_ASTC_From_Memory(
+            file.data(), static_cast<std::uint32_t>(file.size()), flags));
+        EXPECT_NE(image, nullptr);
+        HeapFaults_Disarm();
+        return HeapFaults_GetPeakBytes();
+    };
+    KoruImagePtr(LoadMemory(0)).reset();  // drops a large payload of an earlier load
+    const std::size_t context = MeasureContextBytes();
+    EXPECT_LE(load(KORU_FLAG_RGBA), kPayload + kRecord + context + kMebibyte);
+    KoruImagePtr(LoadMemory(0)).reset();
+    EXPECT_LE(load(KORU_FLAG_HEADER_ONLY), kPayload + kRecord + context + kMebibyte);
+}
+
 const KORU_Image* g_watched = nullptr;
 KORU_Image g_seen;
 bool g_wasSeen = false;

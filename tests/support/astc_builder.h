@@ -24,12 +24,12 @@ class AstcBuilder {
         return *this;
     }
     /// Appends `count` void-extent blocks: one color in every texel.
-    /// Layout (Khronos Data Format Specification, void-extent blocks): 9 bits 0x1FC, LDR, two ones,
+    /// Layout (Khronos Data Format, ASTC void-extent blocks): 9 bits 0x1FC, LDR, two ones,
     /// all-ones extents, then R, G, B, A as 16-bit UNORM.
     AstcBuilder& Solid(const TestColor& color, std::size_t count = 1) {
         for (std::size_t i = 0; i < count; ++i) {
-            for (int byte : {0xFC, 0xFD, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}) {
-                payload_.push_back(static_cast<std::uint8_t>(byte));
+            for (int head : {0xFC, 0xFD, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}) {
+                payload_.push_back(static_cast<std::uint8_t>(head));
             }
             for (std::uint8_t channel : color) {
                 payload_.push_back(channel);  // 257 * channel, low byte first

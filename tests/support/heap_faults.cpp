@@ -3,6 +3,7 @@
 #include "heap_faults.h"
 
 #include <link.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <cerrno>
@@ -33,6 +34,9 @@ std::atomic<bool> g_armed{false};
 std::atomic<std::size_t> g_failAt{0};
 std::atomic<std::size_t> g_asked{0};
 std::atomic<std::ptrdiff_t> g_live{0};
+std::atomic<std::ptrdiff_t> g_liveBytes{0};
+std::atomic<std::ptrdiff_t> g_bytesAtArming{0};
+std::atomic<std::ptrdiff_t> g_peakBytes{0};
 std::atomic<void (*)(const void*)> g_watch{nullptr};
 AddressRange g_spared;
 
@@ -44,8 +48,17 @@ bool Refuse(const void* caller) {
 }
 
 void* Count(void* block) {
-    if (block != nullptr) ++g_live;
+    if (block == nullptr) return block;
+    ++g_live;
+    const auto bytes = static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+    const std::ptrdiff_t live = g_liveBytes += bytes;
+    if (live > g_peakBytes) g_peakBytes = live;
     return block;
+}
+
+void Discount(void* block) {
+    --g_live;
+    g_liveBytes -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
 }
 
 void* New(std::size_t size, const void* caller) {
@@ -77,9 +90,10 @@ void* calloc(std::size_t count, std::size_t size) {
 
 void* realloc(void* block, std::size_t size) {
     if (Refuse(KORU_TEST_CALLER)) return nullptr;
+    if (block != nullptr) Discount(block);
     void* moved = __libc_realloc(block, size);
-    if (block == nullptr) Count(moved);
-    return moved;
+    if (moved == nullptr && block != nullptr && size != 0) Count(block);  // it stays as it was
+    return Count(moved);
 }
 
 void* memalign(std::size_t alignment, std::size_t size) {
@@ -100,7 +114,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
 void free(void* block) {
     if (block == nullptr) return;
     if (auto* watch = g_watch.load()) watch(block);
-    --g_live;
+    Discount(block);
     __libc_free(block);
 }
 
@@ -122,6 +136,8 @@ void operator delete[](void* block, std::size_t) noexcept { free(block); }
 void HeapFaults_Arm(std::size_t failAt) {
     g_failAt = failAt;
     g_asked = 0;
+    g_bytesAtArming = g_liveBytes.load();
+    g_peakBytes = g_liveBytes.load();
     g_armed = true;
 }
 
@@ -152,6 +168,10 @@ void HeapFaults_SpareLibraryOf(const void* address) {
         },
         &search);
     g_spared = search.found;
+}
+
+std::size_t HeapFaults_GetPeakBytes() {
+    return static_cast<std::size_t>(g_peakBytes - g_bytesAtArming);
 }
 
 std::ptrdiff_t HeapFaults_GetLiveBlocks() { return g_live; }

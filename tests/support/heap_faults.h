@@ -13,6 +13,9 @@ std::size_t HeapFaults_Disarm();
 /// Allocations that the shared library around `address` makes itself never fail and do not count.
 void HeapFaults_SpareLibraryOf(const void* address);
 
+/// The most bytes that were live at one time since arming, above what was live then.
+std::size_t HeapFaults_GetPeakBytes();
+
 /// Blocks allocated and not freed, over the life of the process.
 std::ptrdiff_t HeapFaults_GetLiveBlocks();
 
