@@ -1,0 +1,34 @@
+// Opens texture files: the checks that give a user a reason, and the library call itself.
+#pragma once
+
+#include <korutex.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "container_probe.h"
+
+namespace koru_host {
+
+struct ImageDeleter {
+    void operator()(KORU_Image* image) const noexcept { KORU_Delete_Image(image); }
+};
+using ImageHandle = std::unique_ptr<KORU_Image, ImageDeleter>;
+
+/// A file that exists, is not empty and can be read.
+struct TextureFile {
+    std::filesystem::path path;
+    std::uint64_t fileBytes = 0;
+    std::vector<std::uint8_t> head;  ///< the first kContainerProbeBytes, or the whole file
+    Container container = Container::Unknown;
+};
+
+/// Throws FileError when there is no such readable file. Any content will do.
+TextureFile Texture_Open(const std::filesystem::path& path);
+
+/// Loads the image as RGBA: then the result depends on no earlier load. Throws FileError.
+ImageHandle Texture_Load(const TextureFile& file);
+
+}  // namespace koru_host
