@@ -19,11 +19,12 @@ std::size_t AddSlack(std::uint32_t size) noexcept {
 void AdviseHugePages([[maybe_unused]] void* bytes, [[maybe_unused]] std::size_t size) noexcept {
 #if defined(__linux__)
     constexpr std::size_t kLarge = 4u << 20;
-    constexpr std::uintptr_t kPage = 4096;
+    constexpr std::size_t kPage = 4096;
     if (bytes == nullptr || size < kLarge) return;
-    const auto begin = (reinterpret_cast<std::uintptr_t>(bytes) + kPage - 1) / kPage * kPage;
-    const auto end = (reinterpret_cast<std::uintptr_t>(bytes) + size) / kPage * kPage;
-    static_cast<void>(madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE));
+    // From the first page boundary inside to the last.
+    const std::size_t head = (kPage - reinterpret_cast<std::uintptr_t>(bytes) % kPage) % kPage;
+    const std::size_t length = (size - head) / kPage * kPage;
+    static_cast<void>(madvise(static_cast<std::uint8_t*>(bytes) + head, length, MADV_HUGEPAGE));
 #endif
 }
 
