@@ -57,6 +57,9 @@ check() {
     summary+=("$name: $(count_tests "$preset")")
 }
 
+# Wine's services outlive its programs for a while.
+trap '[ ! -x build/windows/run_wine.sh ] || build/windows/run_wine.sh --stop' EXIT
+
 step "Packages"
 install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}"
 

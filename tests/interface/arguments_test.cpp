@@ -63,16 +63,8 @@ TEST_P(EveryFormat, LoadFailsOnEveryShortBuffer) {
 }
 
 TEST_P(EveryFormat, WriterRejectsBadArgumentsAndCreatesNoFile) {
-    std::uint8_t pixels[16] = {};
-    KORU_Image valid{};
-    valid.width = 2;
-    valid.height = 2;
-    valid.bitsPerPixel = 32;
-    valid.bytesPerPixel = 4;
-    valid.bitsPerChannel = 8;
-    valid.stride = 8;
-    valid.dataSize = 16;
-    valid.pixels = pixels;
+    Bytes pixels;
+    KORU_Image valid = Test_BorrowRgba(2, 2, pixels);
     const auto target = folder_ / "written";
     const KoruPath path = Test_ToKoruPath(target);
 
@@ -89,15 +81,8 @@ TEST_P(EveryFormat, WriterRejectsBadArgumentsAndCreatesNoFile) {
 }
 
 TEST_P(EveryFormat, WriterFailsWhereNoFileCanBeCreated) {
-    std::uint8_t pixels[4] = {1, 2, 3, 4};
-    KORU_Image image{};
-    image.width = 1;
-    image.height = 1;
-    image.bitsPerPixel = 32;
-    image.bytesPerPixel = 4;
-    image.stride = 4;
-    image.dataSize = 4;
-    image.pixels = pixels;
+    Bytes pixels;
+    KORU_Image image = Test_BorrowRgba(1, 1, pixels);
     const auto target = folder_ / "no such folder" / "written";
     EXPECT_EQ(GetParam().write(Test_ToKoruPath(target).c_str(), &image), 0);
     EXPECT_FALSE(std::filesystem::exists(target));
@@ -124,15 +109,8 @@ TEST(KoruDeleteImage, TakesNull) { KORU_Delete_Image(nullptr); }
 
 TEST(KoruWriters, KtxAndPvrGiveZeroAndNoFileYet) {
     TempFolder folder;
-    std::uint8_t pixels[4] = {1, 2, 3, 4};
-    KORU_Image image{};
-    image.width = 1;
-    image.height = 1;
-    image.bitsPerPixel = 32;
-    image.bytesPerPixel = 4;
-    image.stride = 4;
-    image.dataSize = 4;
-    image.pixels = pixels;
+    Bytes pixels;
+    KORU_Image image = Test_BorrowRgba(1, 1, pixels);
     for (auto write : {KORU_Write_KTX_To_File, KORU_Write_PVR_To_File}) {
         EXPECT_EQ(write(Test_ToKoruPath(folder / "written").c_str(), &image), 0);
         EXPECT_FALSE(std::filesystem::exists(folder / "written"));
