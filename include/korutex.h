@@ -66,10 +66,11 @@ typedef uint_least16_t KORU_Char;
 
 /** A path literal of KORU_Char: KORU_TEXT("texture.ktx"). Outside Windows it needs C11. */
 #if defined(_WIN32)
-#define KORU_TEXT(literal) L##literal
+#define KORU_TEXT_OF(literal) L##literal
 #else
-#define KORU_TEXT(literal) u##literal
+#define KORU_TEXT_OF(literal) u##literal
 #endif
+#define KORU_TEXT(literal) KORU_TEXT_OF(literal)
 
 /**
  * Load flags, or-ed together; other bits are ignored.

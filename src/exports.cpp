@@ -2,10 +2,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 #include "astc/astc_reader.h"
 #include "astc/astc_writer.h"
+#include "core/abi_guard.h"
 #include "core/image.h"
 #include "core/load_sequence.h"
 #include "core/write_sequence.h"
@@ -27,30 +27,20 @@ static_assert(sizeof(KORU_Char) == 2);
 
 namespace {
 
-/// Runs the body of an export. Whatever it throws becomes `failure`.
-template <typename Result, typename Body>
-Result Abi_Guard(Result failure, Body&& body) noexcept {
-    try {
-        return std::forward<Body>(body)();
-    } catch (...) {
-        return failure;
-    }
-}
-
 KORU_Image* LoadFile(const koru::ContainerFormat& format, const KORU_Char* path,
                      std::uint32_t flags) noexcept {
-    return Abi_Guard<KORU_Image*>(
+    return koru::Abi_Guard<KORU_Image*>(
         nullptr, [&] { return koru::Load_FromFile(format, path, flags).release(); });
 }
 
 KORU_Image* LoadMemory(const koru::ContainerFormat& format, const std::uint8_t* data,
                        std::uint32_t size, std::uint32_t flags) noexcept {
-    return Abi_Guard<KORU_Image*>(
+    return koru::Abi_Guard<KORU_Image*>(
         nullptr, [&] { return koru::Load_FromMemory(format, data, size, flags).release(); });
 }
 
 std::int32_t WriteFile(const KORU_Char* path, KORU_Image* image, koru::WriteImage write) noexcept {
-    return Abi_Guard<std::int32_t>(0, [&] { return koru::Write_ToFile(path, image, write); });
+    return koru::Abi_Guard<std::int32_t>(0, [&] { return koru::Write_ToFile(path, image, write); });
 }
 
 }  // namespace

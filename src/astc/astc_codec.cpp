@@ -15,7 +15,7 @@ struct ContextDeleter {
 };
 using ContextHandle = std::unique_ptr<astcenc_context, ContextDeleter>;
 
-/// More than a context of any footprint takes (32.8 MiB in 4.2). Above 32 MiB the allocation is
+/// More than a context of any footprint takes (below 33 MiB in 4.2). Above 32 MiB the allocation is
 /// mapped and unmapped on its own and leaves the heap's tuning alone.
 constexpr std::size_t kContextBytesBound = std::size_t{67} << 19;
 

@@ -33,14 +33,14 @@ const LevelEntry* ReadLevel(SourceBuffer& source, const AstcHeader& header,
     return Source_Read(source, level.data.Data(), payloadBytes) != 0 ? &level : nullptr;
 }
 
-int DecodePayload(SourceBuffer& source, const AstcHeader& header) noexcept {
+int DecodePayload(SourceBuffer& source, const AstcHeader& header) {
     const auto payloadBytes = Astc_GetPayloadBytes(header);
     if (!payloadBytes || *payloadBytes > Source_GetRemaining(source)) return 0;
+    const auto pixelBytes = Size_Mul32(header.width, header.height, kRgbaBytes);
+    if (!pixelBytes) return 0;
     const LevelEntry* level = ReadLevel(source, header, *payloadBytes);
     if (level == nullptr) return 0;
 
-    const auto pixelBytes = Size_Mul32(header.width, header.height, kRgbaBytes);
-    if (!pixelBytes) return 0;
     ByteBuffer pixels = ByteBuffer::Allocate(*pixelBytes);
     if (!pixels) return 0;
     switch (Astc_DecodeBlocks({level->data.Data(), level->byteSize}, header.width, header.height,
@@ -88,7 +88,7 @@ std::optional<std::uint32_t> Astc_GetPayloadBytes(const AstcHeader& header) noex
     return static_cast<std::uint32_t>(blockCount) * kAstcBlockBytes;
 }
 
-int Astc_ReadContainer(SourceBuffer& source, const KORU_Char* /*name*/) noexcept {
+int Astc_ReadContainer(SourceBuffer& source, const KORU_Char* /*name*/) {
     const auto header = Astc_ReadHeader(source);
     return header ? DecodePayload(source, *header) : 0;
 }

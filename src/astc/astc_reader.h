@@ -33,7 +33,7 @@ extern FormatState g_astcState;
 
 /// Reads the header and decodes the payload into the ASTC surface; 1 or 0. Bytes behind the
 /// payload are ignored.
-[[nodiscard]] int Astc_ReadContainer(SourceBuffer& source, const KORU_Char* name) noexcept;
+[[nodiscard]] int Astc_ReadContainer(SourceBuffer& source, const KORU_Char* name);
 
 inline constexpr ContainerFormat kAstcFormat{
     .state = g_astcState, .memoryName = "memory.astc", .parse = Astc_ReadContainer};

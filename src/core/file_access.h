@@ -19,8 +19,8 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 enum class FileMode { Read, Write };
 
 /// Opens a file in binary mode ("rb" or "wb"), without a stream buffer: every transfer here is one
-/// large call, and a write that fails does so at once. Null if it cannot be opened or if the path
-/// is not well-formed UTF-16.
+/// large call, and a write that fails does so at once. Null if it cannot be opened; so is a path
+/// with half of a surrogate pair, except on Windows, where file names may hold one.
 [[nodiscard]] FileHandle File_Open(const KORU_Char* path, FileMode mode) noexcept;
 
 /// The size in bytes, with the position back at the start; nothing if the stream has no size or

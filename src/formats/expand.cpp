@@ -181,7 +181,6 @@ void WalkRows(const DecodeSurface& surface, const PackedPixels& source, std::uin
         // Offsets only grow: after an empty row every later one is empty too.
         if (row.pixelCount == 0) return;
         convertRow(row);
-        // Quirk: a row that ended early does not move on to the next row's own place.
         row.source += row.pixelCount * pixelBytes + rowPadding;
         row.target += row.pixelCount * surface.bytesPerPixel;
     }

@@ -4,6 +4,6 @@ namespace koru {
 
 constinit FormatState g_ktxState;
 
-int Ktx_ReadContainer(SourceBuffer& /*source*/, const KORU_Char* /*name*/) noexcept { return 0; }
+int Ktx_ReadContainer(SourceBuffer& /*source*/, const KORU_Char* /*name*/) { return 0; }
 
 }  // namespace koru

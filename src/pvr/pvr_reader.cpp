@@ -4,6 +4,6 @@ namespace koru {
 
 constinit FormatState g_pvrState;
 
-int PvrDecodeSource(SourceBuffer& /*source*/, const KORU_Char* /*name*/) noexcept { return 0; }
+int PvrDecodeSource(SourceBuffer& /*source*/, const KORU_Char* /*name*/) { return 0; }
 
 }  // namespace koru

@@ -21,6 +21,13 @@ TEST(DecodeSurface, SetLayoutFillsSizes) {
     EXPECT_FALSE(surface.pixels);
 }
 
+TEST(DecodeSurface, SetLayoutFreesOldPixels) {
+    DecodeSurface surface;
+    Test_FillSurface(surface, 1, 1, 4, {1, 2, 3, 4});
+    ASSERT_TRUE(Surface_SetLayout(surface, 2, 2, 3));
+    EXPECT_FALSE(surface.pixels);
+}
+
 TEST(DecodeSurface, SetLayoutRefusesSizesBeyond32Bits) {
     DecodeSurface surface;
     Test_FillSurface(surface, 1, 1, 3, {1, 2, 3});

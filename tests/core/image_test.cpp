@@ -59,6 +59,9 @@ TEST_P(Finish, AlphaComesFromBitsPerPixelNotFromBytes) {
     const auto rgba = Run(KORU_FLAG_RGBA);
     ASSERT_NE(rgba, nullptr);
     EXPECT_EQ(GetPixels(*rgba), Bytes({10, 20, 30, 255}));
+    const auto rgb = Run(0);
+    ASSERT_NE(rgb, nullptr);
+    EXPECT_EQ(GetPixels(*rgb), Bytes({10, 20, 30}));
 }
 
 TEST_P(Finish, RowsAreNotAligned) {
@@ -101,8 +104,13 @@ TEST_P(Finish, NeedsBothDimensions) {
 
 TEST_P(Finish, RefusesARecordThatDoesNotFit32Bits) {
     Test_FillSurface(surface_, 1, 1, 3, {1, 2, 3});
-    surface_.width = 0x50000000;  // 3 bytes a pixel fit, 4 do not
+    surface_.width = 0x50000000;  // a row of 3 bytes a pixel fits, one of 4 does not
     EXPECT_EQ(Run(KORU_FLAG_RGBA), nullptr);
+    surface_.width = 0x10000;  // every row fits; all of them do so with 3 bytes a pixel only
+    surface_.height = 0x5000;
+    EXPECT_EQ(Run(KORU_FLAG_RGBA), nullptr);
+    surface_.height = 0x10000;
+    for (std::uint32_t flags : {0u, 1u, 2u, 3u}) EXPECT_EQ(Run(flags), nullptr);
     surface_.width = 0xFFFFFFFF;  // negative as a signed counter
     for (std::uint32_t flags : {0u, 1u, 2u, 3u}) EXPECT_EQ(Run(flags), nullptr);
 }

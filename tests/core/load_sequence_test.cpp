@@ -140,6 +140,17 @@ TEST_F(LoadSequence, AFileOf4GiBFailsWithoutTheParser) {
     EXPECT_EQ(Load_FromFile(kFormat, Test_ToKoruPath(folder_ / "huge").c_str(), 2), nullptr);
 }
 
+#if defined(__linux__)
+TEST_F(LoadSequence, AFileThatGivesLessThanItsSizeFailsWithoutTheParser) {
+    // The kernel tells a page for the size of this file; it holds a few bytes.
+    const std::filesystem::path path = "/sys/devices/system/cpu/online";
+    std::error_code error;
+    if (std::filesystem::file_size(path, error) < 100 || error) GTEST_SKIP() << "no such file";
+    ASSERT_LT(Test_ReadFile(path).size(), 100u);
+    EXPECT_EQ(Load_FromFile(kFormat, Test_ToKoruPath(path).c_str(), 2), nullptr);
+}
+#endif
+
 TEST_F(LoadSequence, ParseFileReleasesWhatTheBufferHeld) {
     g_parse = [](SourceBuffer&, const KORU_Char*) { return 7; };
     SourceBuffer source;

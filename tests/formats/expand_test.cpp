@@ -302,14 +302,14 @@ TEST(ExpandRows, AShort16BitSourceNeedsBothBytes) {
     EXPECT_EQ(GetBytes(surface), Bytes({255, 255, 255, kUntouched, kUntouched, kUntouched}));
 }
 
-TEST(ExpandRows, ARowThatEndsEarlyMovesOnByItsPaddingOnly) {
-    // Width 2 of 24 bits: 6 bytes and 2 of padding. The target holds one pixel a row, so each row
-    // ends after one pixel, and the next one reads 3 + 2 bytes on.
-    DecodeSurface surface = MakeSurface(2, 2, 3);
-    surface.dataSize = 6;
-    const Bytes source{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
-    ASSERT_EQ(ExpandPackedPixels(surface, Pack(source, 24), {}), 1);
-    EXPECT_EQ(Bytes(surface.pixels.Data(), surface.pixels.Data() + 6), Bytes({1, 2, 3, 4, 5, 6}));
+TEST(ExpandRows, APixelThatTheTargetCutsIsNotWritten) {
+    for (std::uint32_t dataSize : {4u, 5u}) {
+        DecodeSurface surface = MakeSurface(2, 1, 3);
+        surface.dataSize = dataSize;
+        ASSERT_EQ(ExpandPackedPixels(surface, Pack({1, 2, 3, 4, 5, 6, 7, 8}, 24), {}), 1);
+        EXPECT_EQ(Bytes(surface.pixels.Data(), surface.pixels.Data() + 6),
+                  Bytes({1, 2, 3, kUntouched, kUntouched, kUntouched}));
+    }
 }
 
 TEST(ExpandRows, TheFourthByteIsNotTestedButNeverReadBehindTheMemory) {
@@ -529,6 +529,24 @@ TEST_P(ExpandEveryMember, TakingPixelsEqualsExpandingThem) {
     EXPECT_GT(adopted, 0);
 }
 
+TEST(ExpandTakePixels, ARefusedExpansionIsNoFailure) {
+    DecodeSurface surface;
+    ASSERT_TRUE(Surface_SetLayout(surface, 1, 1, 4));
+    EXPECT_EQ(Expand_TakePixels(surface, ByteBuffer::Allocate(4), 0, {}, ExpandMember::Ktx), 1);
+    EXPECT_EQ(GetBytes(surface), Bytes({0, 0, 0, 0}));
+}
+
+TEST(PackedFromBuffer, CountsNoMoreThanTheBufferHolds) {
+    const ByteBuffer buffer = ByteBuffer::Allocate(8);
+    for (std::uint32_t size : {3u, 8u, 9u, 0xFFFFFFFFu}) {
+        const PackedPixels packed = Packed_FromBuffer(buffer, size, 32);
+        EXPECT_EQ(packed.data, buffer.Data());
+        EXPECT_EQ(packed.size, std::min(size, 8u));
+        EXPECT_EQ(packed.readable, 8u + ByteBuffer::kSlackBytes);
+        EXPECT_EQ(packed.bitsPerPixel, 32u);
+    }
+}
+
 TEST(ExpandIsCopy, HoldsOnlyForUnchangedWholeImages) {
     const Bytes bytes(64, 1);
     const DecodeSurface rgba = MakeSurface(4, 2, 4);
@@ -549,6 +567,9 @@ TEST(ExpandIsCopy, HoldsOnlyForUnchangedWholeImages) {
     EXPECT_FALSE(Expand_IsCopy(rgba, packed(32, 32), {.glFormat = GL_R11F_G11F_B10F}, ktx));
     EXPECT_TRUE(
         Expand_IsCopy(rgba, packed(32, 32), {.glFormat = GL_R11F_G11F_B10F}, ExpandMember::Pvr));
+    DecodeSurface opaque = MakeSurface(4, 2, 4);
+    opaque.bitsPerPixel = 24;
+    EXPECT_FALSE(Expand_IsCopy(opaque, packed(32, 32), {}, ktx)) << "alpha is not written";
     EXPECT_TRUE(Expand_IsCopy(rgb, packed(24, 24), {}, ktx));
     EXPECT_FALSE(Expand_IsCopy(rgbOdd, packed(18, 24), {}, ktx)) << "padded rows";
     EXPECT_FALSE(Expand_IsCopy(rgb, packed(24, 32), {}, ktx));

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <tuple>
+#include <utility>
 
 #include "astc_builder.h"
 #include "koru_image_ptr.h"
@@ -226,7 +227,13 @@ TEST(KoruLoadAstc, SizesThatDoNotFit32BitsAreRefused) {
     }
     // 2^16 * 2^16 blocks of 16 bytes are 0 in 32 bits.
     EXPECT_EQ(LoadMemory(AstcBuilder().Blocks(1, 1).Size(0x10000, 0x10000).Build(), 2), nullptr);
-    // The payload is there, but 4 bytes for each of 65536 * 16384 pixels are 2^32.
+    // The payload is there, but 4 bytes for each of 65536 * 16385 pixels are 2^32 + 2^18: counted
+    // in 32 bits, room for one row of many.
+    EXPECT_EQ(
+        LoadMemory(AstcBuilder().Blocks(12, 12).Size(65536, 16385).Raw(5462ull * 1366 * 16).Build(),
+                   2),
+        nullptr);
+    // The same with 65536 * 16384 pixels: 2^32 exactly.
     EXPECT_EQ(
         LoadMemory(AstcBuilder().Blocks(255, 255).Size(65536, 16384).Raw(257ull * 65 * 16).Build(),
                    2),
@@ -305,10 +312,25 @@ TEST(KoruLoadAstc, OpensPathsBeyond260Units) {
     EXPECT_NE(LoadFile(path, 2), nullptr);
 }
 
+TEST(KoruLoadAstc, OpensPathsOfThreeByteCharactersOnly) {
+    TempFolder folder;
+    const std::u16string part(80, u'\u56F3');
+    std::filesystem::create_directory(folder / part);
+    Test_WriteFile(folder / part / part, FiveByFive().Build());
+    EXPECT_NE(LoadFile(folder / part / part, 2), nullptr);
+}
+
 #if !defined(_WIN32)
 TEST(KoruLoadAstc, RefusesPathsWithLoneSurrogates) {
-    for (const KORU_Char* path : {u"\xD800.astc", u"\xDC00\xD800.astc", u"\xD83D"}) {
-        EXPECT_EQ(KORU_Load_ASTC_From_File(path, 2), nullptr);
+    TempFolder folder;
+    // What the halves would be as bytes exists, so only the refusal keeps them from opening.
+    for (const auto& [units, bytes] :
+         {std::pair{u"\xD800", "\xED\xA0\x80"}, std::pair{u"\xDBFF", "\xED\xAF\xBF"},
+          std::pair{u"\xDC00", "\xED\xB0\x80"},
+          std::pair{u"\xDC00\xD800", "\xED\xB0\x80\xED\xA0\x80"}}) {
+        Test_WriteFile(folder / bytes, FiveByFive().Build());
+        const KoruPath path = Test_ToKoruPath(folder / "") + units;
+        EXPECT_EQ(KORU_Load_ASTC_From_File(path.c_str(), 2), nullptr);
     }
 }
 #endif

@@ -45,6 +45,8 @@ TEST_F(KoruWriteAstc, WritesATwentyByteStubAndReportsFailure) {
 TEST_F(KoruWriteAstc, ConvertsTheCallersRecordToRgba) {
     const auto image = MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
+    image->bitsPerChannel = 5;
+    image->reservedB = 7;
     Write(folder_ / "stub.astc", *image);
     EXPECT_EQ(image->width, 2u);
     EXPECT_EQ(image->height, 3u);
@@ -80,6 +82,28 @@ TEST_F(KoruWriteAstc, SkipsRowPadding) {
     image->rowPadding = 3;
     Write(folder_ / "stub.astc", *image);
     EXPECT_EQ(Test_GetPixels(*image), Bytes({1, 2, 3, 255, 7, 8, 9, 255, 13, 14, 15, 255}));
+    EXPECT_EQ(image->rowPadding, 0u);
+    EXPECT_EQ(image->stride, 4u);
+}
+
+TEST_F(KoruWriteAstc, RowPaddingNeverLeadsBack) {
+    const auto image = MakeRecord(1, 2, 0);
+    ASSERT_NE(image, nullptr);
+    image->rowPadding = 0xFFFFFFFF;  // 3 + 2^32 - 1 is 2 in 32 bits
+    Write(folder_ / "stub.astc", *image);
+    EXPECT_EQ(Test_GetPixels(*image), Bytes({1, 2, 3, 255, 0, 0, 0, 0}));
+}
+
+TEST_F(KoruWriteAstc, BitsPerPixelDecideWhatIsConverted) {
+    const auto rgba = MakeRecord(1, 1, KORU_FLAG_RGBA);
+    ASSERT_NE(rgba, nullptr);
+    rgba->bytesPerPixel = 3;
+    Write(folder_ / "stub.astc", *rgba);
+    EXPECT_EQ(Test_GetPixels(*rgba), Bytes({1, 2, 3, 4}));
+    rgba->bytesPerPixel = 4;
+    rgba->bitsPerPixel = 24;
+    Write(folder_ / "stub.astc", *rgba);
+    EXPECT_EQ(Test_GetPixels(*rgba), Bytes({1, 2, 3, 255}));
 }
 
 TEST_F(KoruWriteAstc, LeavesPixelsBehindDataSizeEmpty) {
@@ -103,11 +127,12 @@ TEST_F(KoruWriteAstc, WithoutDataSizeWritesTheStubAndLeavesTheRecord) {
 TEST_F(KoruWriteAstc, KeepsTheLowThreeBytesOfTheSize) {
     const auto image = MakeRecord(1, 1, KORU_FLAG_RGBA);
     ASSERT_NE(image, nullptr);
-    image->width = 0xAB030201;
+    image->width = 0xAB0D0A1A;  // bytes that a text stream would change
     image->height = 0xCD060504;
     EXPECT_EQ(Write(folder_ / "stub.astc", *image), 0);
-    EXPECT_EQ(Test_ReadFile(folder_ / "stub.astc"),
-              Bytes({0x13, 0xAB, 0xA1, 0x5C, 0, 0, 1, 1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(
+        Test_ReadFile(folder_ / "stub.astc"),
+        Bytes({0x13, 0xAB, 0xA1, 0x5C, 0, 0, 1, 0x1A, 0x0A, 0x0D, 4, 5, 6, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(KoruWriteAstc, ASizeThatCannotBeConvertedStaysAsItIs) {
