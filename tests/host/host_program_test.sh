@@ -124,11 +124,13 @@ run --help
 check "--help succeeds" [ "$rc" = 0 ]
 check "--help names the commands" eval 'contains "$out" convert && contains "$out" info'
 check "--help has examples" contains "$out" "Examples:"
+check "--help says what does not load" contains "$out" "KTX and PVR files are recognised, but"
 help=$out
 run
 check "no arguments: help, exit code 2" result 2 "$help" ""
 run convert --help
 check "convert --help" eval '[ "$rc" = 0 ] && contains "$out" --rgb && contains "$out" --jobs'
+check "no example of what does not load" eval '! contains "$help$out" .ktx'
 check "the worker mode is hidden" eval '! contains "$help$out" worker'
 run info --help
 check "info --help" eval '[ "$rc" = 0 ] && contains "$out" --json'
@@ -144,6 +146,15 @@ run convert a.astc -o
 check "-o without a name" usage_error "--output"
 run convert a.astc -o ''
 check "-o with an empty name" usage_error "-o"
+run convert a.astc -o -
+check "-o -" usage_error "cannot write to standard output"
+for ending in .png folder/.tga .PPM; do
+    run convert a.astc -o "$ending"
+    check "-o $ending" usage_error "lacks a name before the ending"
+done
+run convert a.astc b.astc -o .png
+check "-o .png for two inputs" usage_error "lacks a name before the ending"
+check "no folder of such a name" eval '[ ! -e - ] && [ ! -e .png ] && [ ! -e folder ]'
 for count in x -1 1.5 100000; do
     run convert a.astc -j "$count"
     check "-j $count" usage_error "--jobs"
@@ -263,6 +274,27 @@ else
     check "a linked output: the file changes, the link stays" \
         eval '[ -L new/link.png ] && same_bytes linked.png a.png'
     check "a replaced file keeps its permissions" [ "$(stat -c %a linked.png)" = 640 ]
+    mkdir links
+    ln -s links/second first.png
+    ln -s ../links/target.png links/second
+    run convert a.astc -o first.png
+    check "links to a file that is still to be made" good $'a.astc -> first.png (96x60)\n'
+    check "the file is made, the links stay" \
+        eval '[ -L first.png ] && [ -L links/second ] && [ ! -L links/target.png ] &&
+            same_bytes links/target.png a.png'
+    ln -s "$workdir/links/b.png" links/a.png
+    run convert a.astc b.astc -o links
+    check "an output links to another one that is still to be made" usage_error "both be written to"
+    rm links/a.png
+    ln -s nowhere/a.png links/a.png
+    run convert a.astc -o links
+    check "a link into a missing folder" \
+        bad_file links/a.png "cannot be written: No such file or directory"
+    ln -s circle.png circle.png
+    run convert a.astc -o circle.png
+    check "an output links to itself" \
+        bad_file circle.png "cannot be written: Too many levels of symbolic links"
+    check "it still does" [ -L circle.png ]
 fi
 
 # --- names ---
@@ -313,6 +345,7 @@ check "info of two" eval '[ "$rc" = 0 ] && contains "$out" $'\''yes\n\nb.astc\n'
 # A volume: the library loads images of depth 1 only.
 bytes '\x13\xab\xa1\x5c\x06\x06\x03\x08\x00\x00\x08\x00\x00\x05\x00\x00' >volume.astc
 head -c 128 /dev/zero >>volume.astc
+depth_5="its depth is 5, only images of depth 1 are read"
 run info volume.astc
 check "info of a volume" result 1 "volume.astc
   container  ASTC
@@ -320,12 +353,12 @@ check "info of a volume" result 1 "volume.astc
   blocks     ASTC 6x6x3
   file       144 bytes
   loads      no
-" $'korutex: volume.astc: cannot be decoded\n'
+" "korutex: volume.astc: cannot be decoded: $depth_5"$'\n'
 bytes '\x13\xab\xa1\x5c\x06\x06\x00' >cut.astc
 run info cut.astc
 check "info of a cut header" result 1 \
     $'cut.astc\n  container  ASTC\n  file       7 bytes\n  loads      no\n' \
-    $'korutex: cut.astc: cannot be decoded\n'
+    $'korutex: cut.astc: cannot be decoded: its header is cut off\n'
 
 containers=("ktx1|KTX 1.1|\xabKTX 11\xbb\r\n\x1a\n" "ktx2|KTX 2.0|\xabKTX 20\xbb\r\n\x1a\n"
     "wrapped|QOZM-wrapped KTX|QOZM" "pvr3|PVR version 3|PVR\x03"
@@ -338,7 +371,10 @@ for entry in "${containers[@]}"; do
     check "info knows ${entry%%|*}" \
         eval '[ "$rc" = 1 ] && contains "$out" "container  ${entry%%|*}"'
     run convert "$file"
-    check "a header alone cannot be decoded: ${entry%%|*}" bad_file "$file" "cannot be decoded"
+    family=KTX
+    case $file in pvr*) family=PVR ;; esac
+    check "no reader yet: ${entry%%|*}" \
+        bad_file "$file" "cannot be decoded: this version reads no $family files"
 done
 
 valid_json() {
@@ -358,12 +394,15 @@ check "its sizes" eval 'contains "$out" "\"width\": 96" && contains "$out" "\"he
 check "its file size" contains "$out" "\"fileBytes\": $(stat -c %s a.astc)"
 check "its blocks" contains "$out" '"blockFootprint": "6x6"'
 check "it loads" contains "$out" '"loads": true'
+check "no error, no warning" \
+    eval 'contains "$out" "\"error\": null" && contains "$out" "\"warning\": null"'
+no_ktx="this version reads no KTX files"
 run info --json missing.astc a.astc ktx2
 check "info --json with bad files" eval '[ "$rc" = 1 ] && valid_json'
 check "their errors" eval 'contains "$out" "\"error\": \"no such file\"" &&
-    contains "$out" "\"error\": \"cannot be decoded\"" && contains "$out" "\"loads\": false"'
+    contains "$out" "\"error\": \"cannot be decoded: $no_ktx\"" && contains "$out" "\"loads\": false"'
 check "one line for each bad file" [ "$err" = \
-    $'korutex: missing.astc: no such file\nkorutex: ktx2: cannot be decoded\n' ]
+    $'korutex: missing.astc: no such file\nkorutex: ktx2: cannot be decoded: '"$no_ktx"$'\n' ]
 if ! $windows; then
     run info --json "$broken.astc"
     check "info --json of a name that is not UTF-8" eval '[ "$rc" = 0 ] && valid_json'
@@ -375,6 +414,12 @@ mkdir folder.astc
 : >empty.astc
 echo "no texture" >text.astc
 head -c 30 a.astc >short.astc
+# FOOTPRINT WIDTH HEIGHT DEPTH, each field as escapes of its bytes
+astc_header() { bytes "\x13\xab\xa1\x5c$1$2$3$4"; }
+astc_header '\x06\x06\x01' '\0\0\0' '\x05\0\0' '\x01\0\0' >flat.astc
+astc_header '\x06\x06\x01' '\x05\0\0' '\0\0\0' '\x01\0\0' >low.astc
+astc_header '\x06\x06\x01' '\x05\0\0' '\x05\0\0' '\0\0\0' >thin.astc
+astc_header '\x04\x04\x01' '\xff\xff\xff' '\xff\xff\xff' '\x01\0\0' >vast.astc
 bad_input() { # bad_input NAME FILE REASON
     run convert "$2" -o never.png
     check "convert: $1" bad_file "$2" "$3"
@@ -386,8 +431,19 @@ bad_input "a file is no folder" a.astc/missing.astc "no such file"
 bad_input "a folder" folder.astc "is a directory"
 bad_input "an empty file" empty.astc "is empty"
 bad_input "another content" text.astc "is not an ASTC, KTX or PVR file"
-bad_input "a cut file" short.astc "cannot be decoded"
-bad_input "a cut header" cut.astc "cannot be decoded"
+bad_input "a cut file" short.astc "cannot be decoded: holds 14 bytes of blocks, needs 2560"
+bad_input "a cut header" cut.astc "cannot be decoded: its header is cut off"
+bad_input "a width of 0" flat.astc "cannot be decoded: its size is 0 x 5"
+bad_input "a height of 0" low.astc "cannot be decoded: its size is 5 x 0"
+bad_input "a depth of 0" thin.astc \
+    "cannot be decoded: its depth is 0, only images of depth 1 are read"
+bad_input "a volume" volume.astc "cannot be decoded: $depth_5"
+bad_input "more blocks than 32 bits can count" vast.astc \
+    "cannot be decoded: holds 0 bytes of blocks, needs 281474976710656"
+# Blocks so large that a small file has too large a picture; all of its data is a hole.
+astc_header '\xff\xff\x01' '\xff\xff\0' '\xff\xff\0' '\x01\0\0' >wide.astc
+truncate -s 2M wide.astc
+bad_input "pixels of 4 GiB" wide.astc "cannot be decoded: its pixels take 4 GiB or more"
 if cp a.astc huge.astc && truncate -s 4G huge.astc 2>/dev/null; then
     bad_input "a huge file" huge.astc "is 4 GiB or larger"
     rm -f huge.astc
@@ -412,6 +468,40 @@ if ! $windows; then
 fi
 check "no output of a bad input" [ ! -e never.png ]
 
+# --- footprints that ASTC does not have ---
+
+mkdir footprints
+colour='\xfc\xfd\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff'
+one='\x01\0\0'
+for footprint in 4x4x1 5x4x1 5x5x1 6x5x1 6x6x1 8x5x1 8x6x1 8x8x1 10x5x1 10x6x1 10x8x1 10x10x1 \
+    12x10x1 12x12x1 3x3x3 4x3x3 4x4x3 4x4x4 5x4x4 5x5x4 5x5x5 6x5x5 6x6x5 6x6x6 6x6x0; do
+    IFS=x read -r x y z <<<"$footprint"
+    astc_header "$(printf '\\x%x\\x%x\\x%x' "$x" "$y" "$z")" "$one" "$one" "$one" \
+        >"footprints/$footprint.astc"
+    bytes "$colour" >>"footprints/$footprint.astc"
+done
+run convert footprints/*.astc -o footprints/out
+check "no warning of ASTC's own footprints" \
+    eval '[ "$rc" = 0 ] && [ -z "$err" ] && contains "$out" "25 converted, 0 failed"'
+astc_header '\x03\x03\x01' "$one" "$one" "$one" >odd2.astc
+astc_header '\x04\x04\x02' "$one" "$one" "$one" >odd3.astc
+bytes "$colour" | tee -a odd2.astc >>odd3.astc
+odd2_warning=$'korutex: odd2.astc: warning: ASTC has no 3x3 blocks; the picture is empty\n'
+odd3_warning=$'korutex: odd3.astc: warning: ASTC has no 4x4x2 blocks; the picture is empty\n'
+run convert odd2.astc
+check "a warning of 3x3 blocks" result 0 $'odd2.astc -> odd2.png (1x1)\n' "$odd2_warning"
+run info odd2.astc
+check "info warns, too" eval '[ "$rc" = 0 ] && [ "$err" = "$odd2_warning" ] &&
+    contains "$out" "loads      yes"'
+run info --json odd3.astc
+check "info --json warns" eval '[ "$rc" = 0 ] && [ "$err" = "$odd3_warning" ] && valid_json &&
+    contains "$out" "\"warning\": \"ASTC has no 4x4x2 blocks; the picture is empty\""'
+run convert odd3.astc a.astc text.astc odd2.astc -o odd -j 3
+check "warnings of workers come in order" result 1 \
+    $'odd3.astc -> odd/odd3.png (1x1)\na.astc -> odd/a.png (96x60)
+odd2.astc -> odd/odd2.png (1x1)\n3 converted, 1 failed\n' \
+    "${odd3_warning}korutex: text.astc: is not an ASTC, KTX or PVR file"$'\n'"$odd2_warning"
+
 # --- outputs ---
 
 echo old >keep.png
@@ -426,6 +516,31 @@ run convert taken.astc
 check "the output is a folder" bad_file taken.png "cannot be written: Is a directory"
 run convert a.astc -o keep.png
 check "an existing file is replaced" same_bytes keep.png a.png
+
+# Root may write what is protected; then another user has to try, in a folder of its own.
+user=()
+mkdir user
+cp a.astc user/a.astc
+echo old >user/a.png
+chmod 444 user/a.png
+why_no_user=
+if ! $windows && [ "$(id -u)" = 0 ]; then
+    user=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+    chown -R 65534:65534 user
+    if ! "${user[@]}" "${command[@]}" info user/a.astc >"$logs/out" 2>&1; then
+        why_no_user="root may write it, and no other user can run the program here"
+    fi
+fi
+if [ -z "$why_no_user" ]; then
+    last=(convert user/a.astc "(not as root)")
+    "${user[@]}" "${command[@]}" convert user/a.astc >"$logs/out" 2>"$logs/err" </dev/null
+    rc=$?
+    read_logs
+    check "a write-protected output" bad_file user/a.png "cannot be written: Permission denied"
+    check "it keeps its content" [ "$(cat user/a.png)" = old ]
+else
+    skip "a write-protected output" "$why_no_user"
+fi
 if ! $windows; then
     echo old >full.png
     last=(convert a.astc -o full.png "(limited file size)")
@@ -480,6 +595,19 @@ check "no progress line in a pipe" \
     eval '! contains "$err$out" $'\''\r'\'' && ! contains "$err" done'
 
 if ! $windows; then
+    # The program has 3 descriptors, keeps 2 for a worker, and needs 2 more to start one: 9 are
+    # enough for two workers of four, 6 for none.
+    for limit in 9 8 6; do
+        last=(convert many/*.astc -o "limit$limit" -j 4 "(limited to $limit descriptors)")
+        (ulimit -n "$limit" && "${command[@]}" convert many/*.astc -o "limit$limit" -j 4 \
+            >"$logs/out" 2>"$logs/err" </dev/null)
+        rc=$?
+        read_logs
+        check "$limit descriptors: the same is said" \
+            result 1 "${serial_out//serial/limit$limit}" "$serial_err"
+        check "$limit descriptors: the same is written" diff -r serial "limit$limit"
+    done
+
     last=(convert -j 2 "(without standard input)")
     "${command[@]}" convert many/01.astc many/02.astc -o closed -j 2 <&- >"$logs/out" 2>"$logs/err"
     rc=$?

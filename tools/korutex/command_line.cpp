@@ -9,19 +9,20 @@
 
 #include "convert_plan.h"
 #include "host_paths.h"
+#include "load_diagnosis.h"
 #include "utf_text.h"
 
 namespace koru_host {
 namespace {
 
 constexpr const char* kDescription =
-    "korutex opens GPU texture files (ASTC, KTX, PVR) and writes them as ordinary pictures.";
+    "korutex opens GPU texture files and writes them as ordinary pictures.";
 
 constexpr const char* kFooter =
     "Examples:\n"
     "  korutex convert rock.astc                     writes rock.png\n"
     "  korutex convert rock.astc -o rock.tga         writes rock.tga\n"
-    "  korutex convert *.astc *.ktx -o pictures -j 0 writes pictures/*.png, on all CPUs\n"
+    "  korutex convert *.astc -o pictures -j 0       writes pictures/*.png, on all CPUs\n"
     "  korutex info rock.astc                        shows size, layout, and if it loads\n"
     "\n"
     "Exit codes:\n"
@@ -41,7 +42,7 @@ constexpr const char* kConvertFooter =
     "Examples:\n"
     "  korutex convert rock.astc                 writes rock.png beside it\n"
     "  korutex convert rock.astc -o out/rock.tga writes that file; the folder must exist\n"
-    "  korutex convert a.astc b.ktx -o out       writes out/a.png and out/b.png\n"
+    "  korutex convert a.astc b.astc -o out      writes out/a.png and out/b.png\n"
     "  korutex convert *.astc --rgb -j 0         drops alpha, uses all CPUs";
 
 constexpr const char* kInfoFooter =
@@ -99,7 +100,7 @@ std::string Usage_GetHint(const CLI::App& app) {
 }  // namespace
 
 CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
-    CLI::App app(kDescription, "korutex");
+    CLI::App app(std::string(kDescription) + '\n' + kMissingReadersNote, "korutex");
     app.footer(kFooter);
     app.allow_windows_style_options(false);
     app.set_help_flag("-h,--help", "Print this help and exit");
@@ -112,7 +113,7 @@ CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
     std::string outputText;
     CLI::App* convert =
         app.add_subcommand("convert", "Write texture files as PNG, PPM or TGA pictures");
-    convert->footer(kConvertFooter);
+    convert->footer(std::string(kMissingReadersNote) + '\n' + kConvertFooter);
     const CLI::Option* inputs =
         Option_AddPaths(*convert, "IN", "The texture files, one or more", ignored);
     const CLI::Option* output = convert->add_option(

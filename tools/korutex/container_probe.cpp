@@ -8,7 +8,6 @@ namespace {
 
 using std::to_array;
 
-constexpr std::size_t kAstcHeaderBytes = 16;
 constexpr std::size_t kPvrLegacyMagicOffset = 44;
 
 constexpr auto kAstcMagic = to_array<std::uint8_t>({0x13, 0xAB, 0xA1, 0x5C});

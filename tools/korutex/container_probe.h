@@ -14,6 +14,8 @@ enum class Container { Unknown, Astc, Ktx1, Ktx2, WrappedKtx, Pvr3, PvrLegacy };
 /// Bytes that Container_Identify wants to see; fewer if the file is shorter.
 inline constexpr std::size_t kContainerProbeBytes = 48;
 
+inline constexpr std::size_t kAstcHeaderBytes = 16;
+
 Container Container_Identify(std::span<const std::uint8_t> head) noexcept;
 
 /// "ASTC", "KTX 2.0", ...

@@ -6,6 +6,7 @@
 
 #include "file_error.h"
 #include "host_paths.h"
+#include "load_diagnosis.h"
 #include "picture_writer.h"
 #include "replacing_file.h"
 #include "texture_loader.h"
@@ -48,12 +49,16 @@ void Convert_WriteOutput(const ConvertJob& job, const PictureView& picture) {
 
 ConvertOutcome Convert_File(const ConvertJob& job) {
     try {
-        const ImageHandle image = Texture_Load(Texture_Open(job.input));
+        const TextureFile file = Texture_Open(job.input);
+        const ImageHandle image = Texture_Load(file);
         const PictureView picture = job.dropAlpha ? Convert_DropAlpha(*image)
                                                   : PictureView{image->pixels, image->width,
                                                                 image->height, 4, image->stride};
         Convert_WriteOutput(job, picture);
-        return {.isConverted = true, .width = image->width, .height = image->height};
+        return {.isConverted = true,
+                .width = image->width,
+                .height = image->height,
+                .warning = Diagnosis_FindWarning(file)};
     } catch (const FileError& error) {
         return {.failedFile = error.GetFile(), .reason = error.what()};
     } catch (const std::bad_alloc&) {

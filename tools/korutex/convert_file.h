@@ -21,6 +21,7 @@ struct ConvertOutcome {
     std::uint32_t height = 0;
     std::filesystem::path failedFile{};  ///< the input or the output
     std::string reason{};                ///< why it failed, for people
+    std::string warning{};               ///< what is odd about a converted input; may be empty
 };
 
 /// Never throws for a reason that lies in the files. `temporary` is gone afterwards.

@@ -14,6 +14,10 @@ namespace fs = std::filesystem;
 
 /// Says whether `-o` names a folder, existing or to be made; otherwise it names a picture.
 bool Plan_IsFolder(const fs::path& output, std::size_t inputCount) {
+    // Elsewhere "-" means standard output; a folder of that name would only surprise.
+    if (output == "-") {
+        throw UsageError("-o -: cannot write to standard output; name a file or a folder");
+    }
     std::error_code error;
     const bool isCalledFolder = !output.has_filename();
     const fs::file_status status =
@@ -29,6 +33,10 @@ bool Plan_IsFolder(const fs::path& output, std::size_t inputCount) {
         throw UsageError("-o " + Paths_ToPrintable(output) +
                          ": names one picture, but there is more than one input");
     }
+    // A name that begins with its only dot has no ending, so that ".png" would pass for a folder.
+    if (Picture_GetFormat(fs::path("picture") += output.filename())) {
+        throw UsageError("-o " + Paths_ToPrintable(output) + ": lacks a name before the ending");
+    }
     if (!output.has_extension() || inputCount > 1) return true;
     throw UsageError("-o " + Paths_ToPrintable(output) +
                      ": must end in .png, .ppm or .tga, or in / for a folder");
@@ -42,7 +50,7 @@ void Plan_CheckOutputs(const std::vector<ConvertJob>& jobs) {
 
     std::map<fs::path, const ConvertJob*, PathOrder> outputs;
     for (const ConvertJob& job : jobs) {
-        const fs::path identity = Paths_GetIdentity(job.output);
+        const fs::path identity = Paths_GetIdentity(job.target);
         if (const auto input = inputs.find(identity); input != inputs.end()) {
             throw UsageError(Plan_Quote(job.output) + " would overwrite the input " +
                              Plan_Quote(input->second->input));

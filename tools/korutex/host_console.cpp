@@ -83,6 +83,10 @@ void Console_ReportFile(const std::filesystem::path& file, std::string_view reas
     Console_PrintError("korutex: " + Paths_ToPrintable(file) + ": " + std::string(reason) + '\n');
 }
 
+void Console_WarnOfFile(const std::filesystem::path& file, std::string_view text) {
+    Console_ReportFile(file, "warning: " + std::string(text));
+}
+
 bool Console_IsErrorTerminal() {
 #if defined(_WIN32)
     return Console_GetTerminal(STD_ERROR_HANDLE) != nullptr;

@@ -15,6 +15,8 @@ void Console_PrintError(std::string_view text);
 
 /// "korutex: FILE: reason", one line.
 void Console_ReportFile(const std::filesystem::path& file, std::string_view reason);
+/// "korutex: FILE: warning: text", one line.
+void Console_WarnOfFile(const std::filesystem::path& file, std::string_view text);
 
 bool Console_IsErrorTerminal();
 

@@ -88,10 +88,17 @@ fs::path Paths_GetIdentity(const fs::path& path) {
 }
 
 fs::path Paths_FollowLink(const fs::path& path) {
-    std::error_code error;
-    if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
-    fs::path target = fs::canonical(path, error);
-    return error ? path : target;
+    // Link by link: the last one may name a file that is still to be made, which canonical refuses.
+    constexpr int kMaxLinks = 40;  // as many as Linux follows
+    fs::path target = path;
+    for (int i = 0; i <= kMaxLinks; ++i) {
+        std::error_code error;
+        if (!fs::is_symlink(fs::symlink_status(target, error))) return target;
+        const fs::path next = fs::read_symlink(target, error);
+        if (error) return path;
+        target = target.parent_path() / next;
+    }
+    return path;
 }
 
 fs::path Paths_MakeTemporaryBeside(const fs::path& path) {

@@ -36,7 +36,8 @@ struct PathOrder {
     bool operator()(const std::filesystem::path& a, const std::filesystem::path& b) const;
 };
 
-/// The file that writing to `path` would change: a link's target, otherwise `path` itself.
+/// The file that writing to `path` would change or make: a link's target, otherwise `path` itself.
+/// Links that lead in a circle stay as they are.
 std::filesystem::path Paths_FollowLink(const std::filesystem::path& path);
 
 /// A name in the same folder that no other process and no earlier call has used.

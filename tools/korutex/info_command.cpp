@@ -10,6 +10,7 @@
 #include "file_error.h"
 #include "host_console.h"
 #include "host_paths.h"
+#include "load_diagnosis.h"
 #include "texture_loader.h"
 
 namespace koru_host {
@@ -23,6 +24,7 @@ struct FileInfo {
     std::optional<AstcSizes> astc;
     std::optional<KORU_Image> record;  ///< a copy for its numbers; `pixels` is null
     std::string error;
+    std::string warning;
 };
 
 FileInfo Info_Collect(const std::filesystem::path& path) {
@@ -36,6 +38,7 @@ FileInfo Info_Collect(const std::filesystem::path& path) {
         const ImageHandle image = Texture_Load(file);
         info.record = *image;
         info.record->pixels = nullptr;
+        info.warning = Diagnosis_FindWarning(file);
     } catch (const FileError& error) {
         info.error = error.what();
     } catch (const std::bad_alloc&) {
@@ -95,6 +98,7 @@ nlohmann::ordered_json Info_FormatJson(const FileInfo& info) {
     object["loads"] = info.record.has_value();
     object["record"] = nullptr;
     object["error"] = nullptr;
+    object["warning"] = nullptr;
 
     if (info.container != Container::Unknown) {
         object["container"] = Container_GetName(info.container);
@@ -120,6 +124,7 @@ nlohmann::ordered_json Info_FormatJson(const FileInfo& info) {
                             {"dataSize", info.record->dataSize}};
     }
     if (!info.error.empty()) object["error"] = info.error;
+    if (!info.warning.empty()) object["warning"] = info.warning;
     return object;
 }
 
@@ -138,6 +143,7 @@ int Info_Run(const InfoOptions& options) {
             Console_Print(Info_FormatText(info));
             isFirst = false;
         }
+        if (!info.warning.empty()) Console_WarnOfFile(path, info.warning);
         if (!info.error.empty()) {
             Console_ReportFile(path, info.error);
             exitCode = kExitFailure;

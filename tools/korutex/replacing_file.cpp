@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMaxWriteBytes = std::size_t{1} << 30;  // fits the int of Windows
 
-[[noreturn]] void Descriptor_Fail() { throw std::system_error(errno, std::generic_category()); }
+[[noreturn]] void Errno_Throw() { throw std::system_error(errno, std::generic_category()); }
 
 #if defined(_WIN32)
 
@@ -34,7 +34,14 @@ int Descriptor_Create(const fs::path& path) {
 std::int64_t Descriptor_Write(int descriptor, std::span<const std::uint8_t> bytes) {
     return _write(descriptor, bytes.data(), static_cast<unsigned>(bytes.size()));
 }
+int Descriptor_Flush(int descriptor) { return _commit(descriptor); }
 int Descriptor_Close(int descriptor) { return _close(descriptor); }
+
+/// False for a file with the read-only attribute.
+bool File_IsWritable(const fs::path& path) {
+    constexpr int kWriteAccess = 2;
+    return _waccess(path.c_str(), kWriteAccess) == 0;
+}
 
 void Interrupts_Hold() {}
 void Interrupts_Release() noexcept {}
@@ -47,7 +54,12 @@ int Descriptor_Create(const fs::path& path) {
 std::int64_t Descriptor_Write(int descriptor, std::span<const std::uint8_t> bytes) {
     return write(descriptor, bytes.data(), bytes.size());
 }
+int Descriptor_Flush(int descriptor) { return fsync(descriptor); }
 int Descriptor_Close(int descriptor) { return close(descriptor); }
+
+bool File_IsWritable(const fs::path& path) {
+    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+}
 
 sigset_t Interrupts_GetSet() {
     sigset_t signals;
@@ -78,6 +90,8 @@ ReplacingFile::ReplacingFile(fs::path target, fs::path temporary)
         // Renaming would put a file in the place of a device or a pipe.
         throw std::system_error(std::make_error_code(std::errc::invalid_argument));
     }
+    // The rename would ask the folder for permission only.
+    if (fs::exists(status) && !File_IsWritable(target_)) Errno_Throw();
 }
 
 ReplacingFile::~ReplacingFile() {
@@ -113,14 +127,24 @@ void ReplacingFile::Write(std::span<const std::uint8_t> bytes) {
         const std::int64_t written = Descriptor_Write(descriptor_, chunk);
         if (written < 0) {
             if (errno == EINTR) continue;
-            Descriptor_Fail();
+            Errno_Throw();
         }
         bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
 }
 
+void ReplacingFile::Flush() {
+    while (Descriptor_Flush(descriptor_) != 0) {
+        if (errno == EINTR) continue;
+        // Some file systems cannot flush; the file is as good there as it gets.
+        if (errno == EINVAL || errno == ENOTSUP) return;
+        Errno_Throw();
+    }
+}
+
 void ReplacingFile::Commit() {
-    if (Descriptor_Close(std::exchange(descriptor_, -1)) != 0) Descriptor_Fail();
+    Flush();
+    if (Descriptor_Close(std::exchange(descriptor_, -1)) != 0) Errno_Throw();
     fs::rename(temporary_, target_);
     isTemporaryThere_ = false;
     Interrupts_Release();

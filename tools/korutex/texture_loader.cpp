@@ -7,6 +7,7 @@
 
 #include "file_error.h"
 #include "host_paths.h"
+#include "load_diagnosis.h"
 
 namespace koru_host {
 namespace {
@@ -98,7 +99,7 @@ ImageHandle Texture_Load(const TextureFile& file) {
                                        KORU_FLAG_RGBA));
     }
     if (image == nullptr || image->pixels == nullptr) {
-        throw FileError(file.path, "cannot be decoded");
+        throw FileError(file.path, Diagnosis_ExplainFailure(file));
     }
     return image;
 }

@@ -89,6 +89,7 @@ Message Message_FromOutcome(const ConvertOutcome& outcome) {
     Message_AppendNumber(message, outcome.height);
     Message_AppendText(message, Paths_ToText(outcome.failedFile));
     Message_AppendText(message, outcome.reason);
+    Message_AppendText(message, outcome.warning);
     return message;
 }
 
@@ -100,6 +101,7 @@ std::optional<ConvertOutcome> Message_ToOutcome(std::span<const std::uint8_t> me
     outcome.height = reader.TakeNumber();
     outcome.failedFile = reader.TakePath();
     outcome.reason = reader.TakeText();
+    outcome.warning = reader.TakeText();
     if (!reader.IsComplete()) return std::nullopt;
     return outcome;
 }

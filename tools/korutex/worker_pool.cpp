@@ -1,6 +1,7 @@
 #include "worker_pool.h"
 
 #include <atomic>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <system_error>
@@ -30,24 +31,33 @@ std::optional<ConvertOutcome> Worker_Ask(ChildProcess& worker, const ConvertJob&
     return Message_ToOutcome(*answer);
 }
 
-/// Does one job in `worker`, which is started when there is none and is gone when it dies.
+/// Does one job in `worker`, which is gone when it dies.
 ConvertOutcome Worker_Convert(std::optional<ChildProcess>& worker, const ConvertJob& job) {
     try {
-        if (!worker) worker.emplace();
         if (auto outcome = Worker_Ask(*worker, job)) return *std::move(outcome);
     } catch (const std::bad_alloc&) {
         // What the worker says, if anything, could no longer be understood: it has to go.
-        if (!worker) return Worker_MakeFailure(job, "cannot be converted: out of memory");
-    } catch (const std::system_error& error) {
-        return Worker_MakeFailure(job, "cannot be converted: no worker process can be started: " +
-                                           Paths_DescribeError(error.code()));
     }
-
     const std::string cause = worker->Kill();
     worker.reset();
     std::error_code ignored;
     std::filesystem::remove(job.temporary, ignored);
     return Worker_MakeFailure(job, "cannot be decoded: the worker process died (" + cause + ')');
+}
+
+/// False when the system has no room for a worker.
+bool Worker_Start(std::optional<ChildProcess>& worker) {
+    // One at a time: two that start together may lack descriptors that one would find.
+    static std::mutex startMutex;
+    const std::lock_guard lock(startMutex);
+    try {
+        worker.emplace();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 }  // namespace
@@ -57,7 +67,11 @@ void WorkerPool_Convert(std::span<const ConvertJob> jobs, std::size_t workerCoun
     std::atomic<std::size_t> nextJob{0};
     const auto serve = [&] {
         std::optional<ChildProcess> worker;
-        for (std::size_t i = nextJob++; i < jobs.size(); i = nextJob++) {
+        while (nextJob < jobs.size()) {
+            // A job is taken only when there is a worker for it; otherwise it is for the others.
+            if (!worker && !Worker_Start(worker)) return;
+            const std::size_t i = nextJob++;
+            if (i >= jobs.size()) return;
             report.Add(i, Worker_Convert(worker, jobs[i]));
         }
     };
@@ -68,6 +82,9 @@ void WorkerPool_Convert(std::span<const ConvertJob> jobs, std::size_t workerCoun
         // Fewer threads only take longer.
     }
     serve();
+    threads.clear();  // waits for them
+    // What is left when no worker can be started.
+    for (std::size_t i = nextJob; i < jobs.size(); ++i) report.Add(i, Convert_File(jobs[i]));
 }
 
 int Worker_Run() {

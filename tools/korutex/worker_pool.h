@@ -9,7 +9,8 @@
 
 namespace koru_host {
 
-/// Every job is reported, also when its worker dies; then the next job gets a new worker.
+/// Every job is reported once, also when its worker dies; then the next job gets a new worker.
+/// Where fewer workers can be started, fewer work; where none can, this process does the jobs.
 void WorkerPool_Convert(std::span<const ConvertJob> jobs, std::size_t workerCount,
                         ConvertReport& report);
 

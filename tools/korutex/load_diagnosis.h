@@ -1,0 +1,21 @@
+// Tells people what the library's results leave open: why a file does not load, and what is odd
+// about one that does.
+#pragma once
+
+#include <string>
+
+#include "texture_loader.h"
+
+namespace koru_host {
+
+// What is said of the containers that have no reader is said here and in Diagnosis_ExplainFailure.
+inline constexpr const char* kMissingReadersNote =
+    "This version reads ASTC files. KTX and PVR files are recognised, but do not load yet.";
+
+/// Why the library refused the file: "cannot be decoded", with the reason where it is known.
+std::string Diagnosis_ExplainFailure(const TextureFile& file);
+
+/// What a file that loads does not show in its picture; mostly empty.
+std::string Diagnosis_FindWarning(const TextureFile& file);
+
+}  // namespace koru_host
