@@ -18,7 +18,9 @@ std::size_t AddSlack(std::uint32_t size) noexcept {
 /// time that first touches take with 4 KiB pages. Only advice; Windows has nothing like it.
 void AdviseHugePages([[maybe_unused]] void* bytes, [[maybe_unused]] std::size_t size) noexcept {
 #if defined(__linux__)
-    constexpr std::size_t kLarge = 4u << 20;
+    // From this size on the C library always maps a buffer by itself; advice on smaller ones would
+    // stick to parts of the heap and made loads slower.
+    constexpr std::size_t kLarge = 32u << 20;
     constexpr std::size_t kPage = 4096;
     if (bytes == nullptr || size < kLarge) return;
     // From the first page boundary inside to the last.

@@ -151,9 +151,9 @@ std::size_t MeasureContextBytes() {
 
 // Nothing image-sized beside what must be there: no scratch, no second copy of the pixels.
 TEST(PeakMemory, OfALoadIsPayloadRecordAndContext) {
-    constexpr std::size_t kPayload = 342 * 342 * 16, kRecord = 2048 * 2048 * 4, kMebibyte = 1 << 20;
+    constexpr std::size_t kPayload = 683 * 683 * 16, kRecord = 4096 * 4096 * 4, kMebibyte = 1 << 20;
     const Bytes file =
-        AstcBuilder().Blocks(6, 6).Size(2048, 2048).Solid({1, 2, 3, 4}, 342 * 342).Build();
+        AstcBuilder().Blocks(6, 6).Size(4096, 4096).Solid({1, 2, 3, 4}, 683 * 683).Build();
     const auto load = [&](std::uint32_t flags) {
         HeapFaults_Arm(0);
         const KoruImagePtr image(KORU_Load_ASTC_From_Memory(
