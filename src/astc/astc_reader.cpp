@@ -36,12 +36,12 @@ const LevelEntry* ReadLevel(SourceBuffer& source, const AstcHeader& header,
 int DecodePayload(SourceBuffer& source, const AstcHeader& header) {
     const auto payloadBytes = Astc_GetPayloadBytes(header);
     if (!payloadBytes || *payloadBytes > Source_GetRemaining(source)) return 0;
-    const auto pixelBytes = Size_Mul32(header.width, header.height, kRgbaBytes);
-    if (!pixelBytes) return 0;
+    const auto size = Size_GetPacked(header.width, header.height, kRgbaBytes);
+    if (!size) return 0;
     const LevelEntry* level = ReadLevel(source, header, *payloadBytes);
     if (level == nullptr) return 0;
 
-    ByteBuffer pixels = ByteBuffer::Allocate(*pixelBytes);
+    ByteBuffer pixels = ByteBuffer::Allocate(size->dataSize);
     if (!pixels) return 0;
     switch (Astc_DecodeBlocks({level->data.Data(), level->byteSize}, header.width, header.height,
                               header.footprint, pixels.Data())) {

@@ -18,10 +18,9 @@ int Image_ConvertToRgba(KORU_Image& image) noexcept {
         return 0;
     }
     if (image.bitsPerPixel == 32) return 1;
-    const auto newStride = Size_Mul32(image.width, 4);
-    const auto newSize = newStride ? Size_Mul32(*newStride, image.height) : std::nullopt;
-    if (!newSize) return 0;
-    ByteBuffer rgba = ByteBuffer::AllocateZeroed(*newSize);
+    const auto size = Size_GetPacked(image.width, image.height, 4);
+    if (!size) return 0;
+    ByteBuffer rgba = ByteBuffer::AllocateZeroed(size->dataSize);
     if (!rgba) return 0;
 
     // The new buffer holds every pixel, so only the source can end a row early.
@@ -41,8 +40,8 @@ int Image_ConvertToRgba(KORU_Image& image) noexcept {
 
     std::free(image.pixels);
     image.pixels = rgba.Release();
-    image.stride = *newStride;
-    image.dataSize = *newSize;
+    image.stride = size->stride;
+    image.dataSize = size->dataSize;
     image.bitsPerPixel = 32;
     image.bitsPerChannel = 8;
     image.bytesPerPixel = 4;

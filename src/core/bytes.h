@@ -46,11 +46,19 @@ constexpr void Bytes_StoreLe32(std::span<std::uint8_t, N> bytes, std::uint32_t v
     return static_cast<std::uint32_t>(product);
 }
 
-/// a * b * c, or nothing if a partial or the whole product does not fit.
-[[nodiscard]] constexpr std::optional<std::uint32_t> Size_Mul32(std::uint32_t a, std::uint32_t b,
-                                                                std::uint32_t c) noexcept {
-    const auto product = Size_Mul32(a, b);
-    return product ? Size_Mul32(*product, c) : std::nullopt;
+/// Bytes of an image whose rows are packed.
+struct PackedSize {
+    std::uint32_t stride = 0;
+    std::uint32_t dataSize = 0;
+};
+
+/// The sizes of a packed image, or nothing if they do not fit the 32-bit size fields.
+[[nodiscard]] constexpr std::optional<PackedSize> Size_GetPacked(
+    std::uint32_t width, std::uint32_t height, std::uint32_t bytesPerPixel) noexcept {
+    const auto stride = Size_Mul32(width, bytesPerPixel);
+    const auto dataSize = stride ? Size_Mul32(*stride, height) : std::nullopt;
+    if (!dataSize) return std::nullopt;
+    return PackedSize{.stride = *stride, .dataSize = *dataSize};
 }
 
 }  // namespace koru

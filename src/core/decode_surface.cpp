@@ -20,17 +20,16 @@ void Surface_Clear(DecodeSurface& surface) noexcept {
 
 bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width, std::uint32_t height,
                        std::uint32_t bytesPerPixel) noexcept {
-    const auto stride = Size_Mul32(width, bytesPerPixel);
-    const auto dataSize = stride ? Size_Mul32(*stride, height) : std::nullopt;
-    if (!dataSize) return false;
+    const auto size = Size_GetPacked(width, height, bytesPerPixel);
+    if (!size) return false;
     surface.pixels.Reset();
     surface.width = width;
     surface.height = height;
     surface.bitsPerPixel = bytesPerPixel * 8;
     surface.bytesPerPixel = bytesPerPixel;
     surface.bitsPerChannel = 8;
-    surface.dataSize = *dataSize;
-    surface.stride = *stride;
+    surface.dataSize = size->dataSize;
+    surface.stride = size->stride;
     surface.rowPadding = 0;
     return true;
 }

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <optional>
 
 #include "core/bytes.h"
 
@@ -22,17 +21,16 @@ ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noex
     const bool isRgba = (flags & KORU_FLAG_RGBA) != 0 && (flags & KORU_FLAG_HEADER_ONLY) == 0;
     const std::uint32_t bytesPerPixel = isRgba ? kRgbaBytes : kRgbBytes;
     // What fits has fewer than 2^31 pixels a row and rows, so no counter of it is ever negative.
-    const auto stride = Size_Mul32(surface.width, bytesPerPixel);
-    const auto dataSize = stride ? Size_Mul32(*stride, surface.height) : std::nullopt;
-    if (!dataSize) return nullptr;
+    const auto size = Size_GetPacked(surface.width, surface.height, bytesPerPixel);
+    if (!size) return nullptr;
     return ImageHandle(new (std::nothrow) KORU_Image{
         .width = surface.width,
         .height = surface.height,
         .bitsPerPixel = bytesPerPixel * 8,
         .bytesPerPixel = bytesPerPixel,
         .bitsPerChannel = 8,
-        .dataSize = *dataSize,
-        .stride = *stride,
+        .dataSize = size->dataSize,
+        .stride = size->stride,
         .rowPadding = 0,
         .reservedA = 0,
         .reservedB = 0,

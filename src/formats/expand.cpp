@@ -247,25 +247,30 @@ void Expand16(DecodeSurface& surface, const PackedPixels& source, std::uint64_t 
     }
 }
 
-void Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-              const ChannelLayout& layout, ExpandMember member) noexcept {
-    switch (layout.glFormat) {
+/// Whether 32-bit pixels of this format are copied byte by byte.
+constexpr bool IsRaw32(std::uint32_t glFormat, ExpandMember member) noexcept {
+    switch (glFormat) {
         case GL_RGB10_A2:
         case GL_RGB10_A2UI:
-            return ExpandWith(surface, source, rowPadding,
-                              ConvertMasked{.layout = layout, .alphaByMask = true});
         case GL_RGB9_E5:
-            // Quirk: the shared exponent is ignored; pictures look as they always did.
-            return ExpandWith(surface, source, rowPadding,
-                              ConvertMasked{.layout = layout, .alphaByMask = false});
+            return false;
         case GL_R11F_G11F_B10F:
-            if (member == ExpandMember::Ktx) {
-                return ExpandWith(surface, source, rowPadding,
-                                  ConvertSmallFloats{.layout = layout});
-            }
-            return ExpandWith(surface, source, rowPadding, ConvertRgba8{});
+            return member != ExpandMember::Ktx;
         default:
-            return ExpandWith(surface, source, rowPadding, ConvertRgba8{});
+            return true;
+    }
+}
+
+void Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+              const ChannelLayout& layout, ExpandMember member) noexcept {
+    if (IsRaw32(layout.glFormat, member)) {
+        ExpandWith(surface, source, rowPadding, ConvertRgba8{});
+    } else if (layout.glFormat == GL_R11F_G11F_B10F) {
+        ExpandWith(surface, source, rowPadding, ConvertSmallFloats{.layout = layout});
+    } else {
+        // Quirk: the shared exponent of GL_RGB9_E5 is ignored; pictures look as they always did.
+        ExpandWith(surface, source, rowPadding,
+                   ConvertMasked{.layout = layout, .alphaByMask = layout.glFormat != GL_RGB9_E5});
     }
 }
 
@@ -316,20 +321,6 @@ int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& so
             break;
     }
     return 1;
-}
-
-/// Whether 32-bit pixels of this format are copied byte by byte.
-constexpr bool IsRaw32(std::uint32_t glFormat, ExpandMember member) noexcept {
-    switch (glFormat) {
-        case GL_RGB10_A2:
-        case GL_RGB10_A2UI:
-        case GL_RGB9_E5:
-            return false;
-        case GL_R11F_G11F_B10F:
-            return member != ExpandMember::Ktx;
-        default:
-            return true;
-    }
 }
 
 }  // namespace

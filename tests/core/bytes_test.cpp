@@ -28,9 +28,15 @@ TEST(SizeMul32, RefusesWhatDoesNotFit) {
     EXPECT_EQ(Size_Mul32(0xFFFF, 0x10001), 0xFFFFFFFF);
     EXPECT_EQ(Size_Mul32(0x10000, 0x10000), std::nullopt);
     EXPECT_EQ(Size_Mul32(0xFFFFFFFF, 0xFFFFFFFF), std::nullopt);
-    EXPECT_EQ(Size_Mul32(2, 3, 4), 24u);
-    EXPECT_EQ(Size_Mul32(0x10000, 0x4000, 4), std::nullopt);
-    EXPECT_EQ(Size_Mul32(0x10000, 0x10000, 0), std::nullopt);  // a partial product counts too
+}
+
+TEST(SizeGetPacked, RefusesWhatDoesNotFit) {
+    const auto size = Size_GetPacked(3, 2, 4);
+    ASSERT_TRUE(size);
+    EXPECT_EQ(size->stride, 12u);
+    EXPECT_EQ(size->dataSize, 24u);
+    EXPECT_FALSE(Size_GetPacked(0x10000, 0x4000, 4));
+    EXPECT_FALSE(Size_GetPacked(0x40000000, 0, 4)) << "a row counts, too";
 }
 
 }  // namespace
