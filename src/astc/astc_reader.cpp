@@ -59,8 +59,8 @@ int DecodePayload(SourceBuffer& source, const AstcHeader& header) {
     DecodeSurface& surface = g_astcState.surface;
     if (!Surface_SetLayout(surface, header.width, header.height, kRgbaBytes)) return 0;
     surface.reservedB = 1;
-    return Expand_TakePixels(surface, std::move(pixels), 32, Layout_FromMasks(kRgbaByteMasks, 0),
-                             ExpandMember::Astc);
+    return Expand_TakePixels(surface, std::move(pixels), size->dataSize, 32,
+                             Layout_FromMasks(kRgbaByteMasks, 0), ExpandMember::Astc);
 }
 
 }  // namespace

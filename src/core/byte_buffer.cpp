@@ -42,6 +42,16 @@ ByteBuffer ByteBuffer::AllocateZeroed(std::uint32_t size) noexcept {
     return Adopt(size != 0 ? std::calloc(AddSlack(size), 1) : nullptr, size);
 }
 
+void ByteBuffer::Shrink(std::uint32_t size) noexcept {
+    if (size == 0 || size >= size_) return;
+    // A heap that cannot shrink in place may fail; the larger memory serves as well.
+    std::uint8_t* bytes = bytes_.release();
+    void* shrunk = std::realloc(bytes, AddSlack(size));
+    bytes_.reset(shrunk != nullptr ? static_cast<std::uint8_t*>(shrunk) : bytes);
+    size_ = size;
+    std::memset(Data() + size, 0, kSlackBytes);
+}
+
 ByteBuffer ByteBuffer::Adopt(void* bytes, std::uint32_t size) noexcept {
     AdviseHugePages(bytes, size);
     ByteBuffer buffer;

@@ -36,6 +36,10 @@ class ByteBuffer {
     [[nodiscard]] const std::uint8_t* Data() const noexcept { return bytes_.get(); }
     [[nodiscard]] std::uint32_t Size() const noexcept { return size_; }
 
+    /// Gives memory behind the first `size` bytes back; a size of 0 or one not below the buffer's
+    /// changes nothing. The bytes stay, and new slack follows them.
+    void Shrink(std::uint32_t size) noexcept;
+
     void Reset() noexcept { *this = ByteBuffer(); }
 
     /// Gives the bytes away; the receiver frees them with std::free.

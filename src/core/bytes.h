@@ -24,6 +24,12 @@ constexpr std::uint32_t Bytes_LoadLe32(std::span<const std::uint8_t, N> bytes) n
 }
 
 template <std::size_t Offset, std::size_t N>
+constexpr std::uint64_t Bytes_LoadLe64(std::span<const std::uint8_t, N> bytes) noexcept {
+    static_assert(Offset + 8 <= N, "field lies outside the header");
+    return Bytes_LoadLe32<Offset>(bytes) | std::uint64_t{Bytes_LoadLe32<Offset + 4>(bytes)} << 32;
+}
+
+template <std::size_t Offset, std::size_t N>
 constexpr void Bytes_StoreLe24(std::span<std::uint8_t, N> bytes, std::uint32_t value) noexcept {
     static_assert(Offset + 3 <= N, "field lies outside the header");
     bytes[Offset] = static_cast<std::uint8_t>(value);

@@ -1,5 +1,7 @@
 #include "core/decode_surface.h"
 
+#include <cstring>
+
 #include "core/bytes.h"
 
 namespace koru {
@@ -32,6 +34,29 @@ bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width, std::uint32_
     surface.stride = size->stride;
     surface.rowPadding = 0;
     return true;
+}
+
+bool Surface_AllocateBlack(DecodeSurface& surface) noexcept {
+    if (surface.bytesPerPixel == 4) {
+        surface.pixels = ByteBuffer::Allocate(surface.dataSize);
+        if (surface.pixels) Surface_FillBlack(surface, 0);
+    } else {
+        surface.pixels = ByteBuffer::AllocateZeroed(surface.dataSize);
+    }
+    return static_cast<bool>(surface.pixels);
+}
+
+void Surface_FillBlack(DecodeSurface& surface, std::uint64_t offset) noexcept {
+    std::uint8_t* const end = surface.pixels.Data() + surface.dataSize;
+    std::uint8_t* pixel = surface.pixels.Data() + offset;
+    if (surface.bytesPerPixel == 4) {
+        constexpr std::uint8_t kOpaqueBlack[4] = {0, 0, 0, 255};
+        for (; pixel < end; pixel += sizeof kOpaqueBlack) {
+            std::memcpy(pixel, kOpaqueBlack, sizeof kOpaqueBlack);
+        }
+    } else {
+        std::memset(pixel, 0, static_cast<std::size_t>(end - pixel));
+    }
 }
 
 }  // namespace koru

@@ -39,4 +39,10 @@ void Surface_Clear(DecodeSurface& surface) noexcept;
 [[nodiscard]] bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width,
                                      std::uint32_t height, std::uint32_t bytesPerPixel) noexcept;
 
+/// Gives a surface that has its layout `dataSize` bytes of opaque black; false without memory.
+[[nodiscard]] bool Surface_AllocateBlack(DecodeSurface& surface) noexcept;
+
+/// Makes the pixels from byte `offset` on opaque black; `offset` is that of a pixel.
+void Surface_FillBlack(DecodeSurface& surface, std::uint64_t offset) noexcept;
+
 }  // namespace koru

@@ -1,6 +1,7 @@
 #include "core/level_table.h"
 
 #include <new>
+#include <utility>
 
 namespace koru {
 
@@ -26,6 +27,11 @@ int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept {
     if (!entry.data) return 0;
     entry.byteSize = byteCount;
     return 1;
+}
+
+ByteBuffer LevelEntry_TakeData(LevelEntry& entry) noexcept {
+    entry.byteSize = 0;
+    return std::move(entry.data);
 }
 
 }  // namespace koru

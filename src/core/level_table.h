@@ -32,4 +32,7 @@ void LevelTable_Release(LevelTable& table) noexcept;
 /// nothing and gives 0; no memory gives 0 and leaves the entry without payload.
 [[nodiscard]] int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept;
 
+/// Gives the payload away; the entry is then without one.
+[[nodiscard]] ByteBuffer LevelEntry_TakeData(LevelEntry& entry) noexcept;
+
 }  // namespace koru

@@ -1,5 +1,6 @@
 #include "core/source_buffer.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace koru {
@@ -12,6 +13,10 @@ void Source_Release(SourceBuffer& source) noexcept { source = SourceBuffer{}; }
 
 std::uint32_t Source_GetRemaining(const SourceBuffer& source) noexcept {
     return source.offset <= source.size ? source.size - source.offset : 0;
+}
+
+void Source_Seek(SourceBuffer& source, std::uint64_t offset) noexcept {
+    source.offset = static_cast<std::uint32_t>(std::min<std::uint64_t>(offset, source.size));
 }
 
 int Source_Read(SourceBuffer& source, std::uint8_t* target, std::uint32_t byteCount) noexcept {

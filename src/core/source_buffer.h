@@ -10,7 +10,7 @@
 
 namespace koru {
 
-/// Input bytes with a read offset that only moves forward; offset <= size.
+/// Input bytes with a read offset; offset <= size.
 struct SourceBuffer {
     ByteBuffer owned;                    ///< The file's bytes; empty when `data` is borrowed.
     const std::uint8_t* data = nullptr;  ///< The input, owned or borrowed.
@@ -31,6 +31,9 @@ void Source_Release(SourceBuffer& source) noexcept;
 /// the end: 0, and nothing moves.
 [[nodiscard]] int Source_Read(SourceBuffer& source, std::uint8_t* target,
                               std::uint32_t byteCount) noexcept;
+
+/// Moves the read offset. An offset that leads past the end is the end: only a later read fails.
+void Source_Seek(SourceBuffer& source, std::uint64_t offset) noexcept;
 
 /// Takes the next N bytes in place, or fails and moves nothing.
 template <std::size_t N>

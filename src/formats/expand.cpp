@@ -165,9 +165,11 @@ constexpr std::uint64_t CountBelow(std::uint64_t first, std::uint64_t step,
 /// Walks the rows; `convertRow` gets each one that has pixels. A row ends before the first pixel
 /// whose third byte lies behind the target, or whose second (16 bits) or third (24 and more) lies
 /// behind the source. Quirk: a grey byte and the fourth byte of a pixel are not tested.
+/// Gives the bytes of the target that were reached, from its start.
 template <typename ConvertRow>
-void WalkRows(const DecodeSurface& surface, const PackedPixels& source, std::uint64_t pixelBytes,
-              std::uint64_t rowPadding, ConvertRow&& convertRow) noexcept {
+std::uint64_t WalkRows(const DecodeSurface& surface, const PackedPixels& source,
+                       std::uint64_t pixelBytes, std::uint64_t rowPadding,
+                       ConvertRow&& convertRow) noexcept {
     const std::uint64_t testedByte = std::min<std::uint64_t>(pixelBytes, 3) - (pixelBytes != 0);
     RowSpan row;
     for (std::uint32_t y = 0; y < surface.height; ++y) {
@@ -179,11 +181,12 @@ void WalkRows(const DecodeSurface& surface, const PackedPixels& source, std::uin
                                       CountBelow(row.source + testedByte, pixelBytes, source.size));
         }
         // Offsets only grow: after an empty row every later one is empty too.
-        if (row.pixelCount == 0) return;
+        if (row.pixelCount == 0) break;
         convertRow(row);
         row.source += row.pixelCount * pixelBytes + rowPadding;
         row.target += row.pixelCount * surface.bytesPerPixel;
     }
+    return row.target;
 }
 
 template <unsigned TargetBytes, bool WithAlpha>
@@ -195,10 +198,10 @@ void StorePixel(std::uint8_t* target, const Rgba8& color) noexcept {
 }
 
 template <unsigned TargetBytes, bool WithAlpha, typename Convert>
-void ConvertRows(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-                 const Convert& convert) noexcept {
+std::uint64_t ConvertRows(DecodeSurface& surface, const PackedPixels& source,
+                          std::uint64_t rowPadding, const Convert& convert) noexcept {
     constexpr unsigned kBytes = Convert::kBytes;
-    WalkRows(surface, source, kBytes, rowPadding, [&](const RowSpan& row) {
+    return WalkRows(surface, source, kBytes, rowPadding, [&](const RowSpan& row) {
         std::uint8_t* target = surface.pixels.Data() + row.target;
         const std::uint64_t readable =
             row.source < source.readable ? source.readable - row.source : 0;
@@ -219,31 +222,38 @@ void ConvertRows(DecodeSurface& surface, const PackedPixels& source, std::uint64
     });
 }
 
+/// What the fourth byte of a 32-bit surface gets from a source without alpha.
+enum class MissingAlpha {
+    Kept,    ///< Nothing: it keeps its value.
+    Opaque,  ///< 255, for pixels that had no value yet.
+};
+
 template <typename Convert>
-void ExpandWith(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-                const Convert& convert) noexcept {
+std::uint64_t ExpandWith(DecodeSurface& surface, const PackedPixels& source,
+                         std::uint64_t rowPadding, const Convert& convert,
+                         MissingAlpha missingAlpha) noexcept {
     if (surface.bytesPerPixel == 3) {
-        ConvertRows<3, false>(surface, source, rowPadding, convert);
-    } else if (Convert::kHasAlpha && surface.bitsPerPixel == 32) {
-        ConvertRows<4, true>(surface, source, rowPadding, convert);
-    } else {
-        ConvertRows<4, false>(surface, source, rowPadding, convert);
+        return ConvertRows<3, false>(surface, source, rowPadding, convert);
     }
+    const bool storesAlpha =
+        Convert::kHasAlpha ? surface.bitsPerPixel == 32 : missingAlpha == MissingAlpha::Opaque;
+    return storesAlpha ? ConvertRows<4, true>(surface, source, rowPadding, convert)
+                       : ConvertRows<4, false>(surface, source, rowPadding, convert);
 }
 
-void Expand16(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-              const ChannelLayout& layout) noexcept {
+std::uint64_t Expand16(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+                       const ChannelLayout& layout, MissingAlpha missingAlpha) noexcept {
     switch (layout.glFormat) {
         case GL_RGB565:
-            return ExpandWith(surface, source, rowPadding, ConvertRgb565{});
+            return ExpandWith(surface, source, rowPadding, ConvertRgb565{}, missingAlpha);
         case GL_RGB5:
-            return ExpandWith(surface, source, rowPadding, ConvertRgb5<false>{});
+            return ExpandWith(surface, source, rowPadding, ConvertRgb5<false>{}, missingAlpha);
         case GL_RGB5_A1:
-            return ExpandWith(surface, source, rowPadding, ConvertRgb5<true>{});
+            return ExpandWith(surface, source, rowPadding, ConvertRgb5<true>{}, missingAlpha);
         case GL_RGBA4:
-            return ExpandWith(surface, source, rowPadding, ConvertRgba4{});
+            return ExpandWith(surface, source, rowPadding, ConvertRgba4{}, missingAlpha);
         default:
-            return ExpandWith(surface, source, rowPadding, ConvertNone<2>{});
+            return ExpandWith(surface, source, rowPadding, ConvertNone<2>{}, missingAlpha);
     }
 }
 
@@ -261,26 +271,32 @@ constexpr bool IsRaw32(std::uint32_t glFormat, ExpandMember member) noexcept {
     }
 }
 
-void Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-              const ChannelLayout& layout, ExpandMember member) noexcept {
+std::uint64_t Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
+                       const ChannelLayout& layout, ExpandMember member,
+                       MissingAlpha missingAlpha) noexcept {
     if (IsRaw32(layout.glFormat, member)) {
-        ExpandWith(surface, source, rowPadding, ConvertRgba8{});
-    } else if (layout.glFormat == GL_R11F_G11F_B10F) {
-        ExpandWith(surface, source, rowPadding, ConvertSmallFloats{.layout = layout});
-    } else {
-        // Quirk: the shared exponent of GL_RGB9_E5 is ignored; pictures look as they always did.
-        ExpandWith(surface, source, rowPadding,
-                   ConvertMasked{.layout = layout, .alphaByMask = layout.glFormat != GL_RGB9_E5});
+        return ExpandWith(surface, source, rowPadding, ConvertRgba8{}, missingAlpha);
     }
+    if (layout.glFormat == GL_R11F_G11F_B10F) {
+        return ExpandWith(surface, source, rowPadding, ConvertSmallFloats{.layout = layout},
+                          missingAlpha);
+    }
+    // Quirk: the shared exponent of GL_RGB9_E5 is ignored; pictures look as they always did.
+    return ExpandWith(surface, source, rowPadding,
+                      ConvertMasked{.layout = layout, .alphaByMask = layout.glFormat != GL_RGB9_E5},
+                      missingAlpha);
 }
 
-/// Source widths without a conversion: channels stay opaque black, alpha is not written.
-void ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& source,
-                        std::uint64_t pixelBytes, std::uint64_t rowPadding) noexcept {
-    WalkRows(surface, source, pixelBytes, rowPadding, [&](const RowSpan& row) {
+/// Source widths without a conversion: channels stay opaque black.
+std::uint64_t ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& source,
+                                 std::uint64_t pixelBytes, std::uint64_t rowPadding,
+                                 MissingAlpha missingAlpha) noexcept {
+    const bool storesAlpha = surface.bytesPerPixel == 4 && missingAlpha == MissingAlpha::Opaque;
+    const auto store = storesAlpha ? StorePixel<4, true> : StorePixel<3, false>;
+    return WalkRows(surface, source, pixelBytes, rowPadding, [&](const RowSpan& row) {
         std::uint8_t* target = surface.pixels.Data() + row.target;
         for (std::uint64_t i = 0; i < row.pixelCount; ++i, target += surface.bytesPerPixel) {
-            StorePixel<3, false>(target, Rgba8{});
+            store(target, Rgba8{});
         }
     });
 }
@@ -297,29 +313,35 @@ constexpr std::uint64_t GetRowPadding(std::uint32_t width, std::uint64_t pixelBy
     return (rowBytes + 3u) / 4u * 4u - rowBytes;
 }
 
-int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
-             const ChannelLayout& layout) noexcept {
-    if (!surface.pixels || source.data == nullptr || source.size == 0) return 0;
-    if (member != ExpandMember::Astc && source.bitsPerPixel == 0) return 0;
+bool IsRefused(ExpandMember member, const DecodeSurface& surface,
+               const PackedPixels& source) noexcept {
+    if (!surface.pixels || source.data == nullptr || source.size == 0) return true;
+    return member != ExpandMember::Astc && source.bitsPerPixel == 0;
+}
+
+/// Gives the bytes of the target that were reached, from its start.
+std::uint64_t Convert(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
+                      const ChannelLayout& layout, MissingAlpha missingAlpha) noexcept {
     const std::uint64_t pixelBytes = GetPixelBytes(source, member);
     const std::uint64_t rowPadding = GetRowPadding(surface.width, pixelBytes);
     switch (pixelBytes) {
         case 1:
-            ExpandWith(surface, source, rowPadding, ConvertGrey{});
-            break;
+            return ExpandWith(surface, source, rowPadding, ConvertGrey{}, missingAlpha);
         case 2:
-            Expand16(surface, source, rowPadding, layout);
-            break;
+            return Expand16(surface, source, rowPadding, layout, missingAlpha);
         case 3:
-            ExpandWith(surface, source, rowPadding, ConvertRgb8{});
-            break;
+            return ExpandWith(surface, source, rowPadding, ConvertRgb8{}, missingAlpha);
         case 4:
-            Expand32(surface, source, rowPadding, layout, member);
-            break;
+            return Expand32(surface, source, rowPadding, layout, member, missingAlpha);
         default:
-            ExpandUnknownWidth(surface, source, pixelBytes, rowPadding);
-            break;
+            return ExpandUnknownWidth(surface, source, pixelBytes, rowPadding, missingAlpha);
     }
+}
+
+int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
+             const ChannelLayout& layout) noexcept {
+    if (IsRefused(member, surface, source)) return 0;
+    Convert(member, surface, source, layout, MissingAlpha::Kept);
     return 1;
 }
 
@@ -329,7 +351,7 @@ PackedPixels Packed_FromBuffer(const ByteBuffer& buffer, std::uint32_t size,
                                std::uint32_t bitsPerPixel) noexcept {
     const std::uint64_t readable = std::uint64_t{buffer.Size()} + ByteBuffer::kSlackBytes;
     return {.data = buffer.Data(),
-            .size = std::min(size, buffer.Size()),
+            .size = size,
             .readable = static_cast<std::uint32_t>(
                 std::min<std::uint64_t>(readable, std::numeric_limits<std::uint32_t>::max())),
             .bitsPerPixel = bitsPerPixel};
@@ -353,22 +375,28 @@ int ExpandPackedPixelsAstc(DecodeSurface& surface, const PackedPixels& source,
 bool Expand_IsCopy(const DecodeSurface& surface, const PackedPixels& source,
                    const ChannelLayout& layout, ExpandMember member) noexcept {
     const std::uint64_t pixelBytes = GetPixelBytes(source, member);
-    if (pixelBytes != surface.bytesPerPixel || source.size != surface.dataSize) return false;
+    if (pixelBytes != surface.bytesPerPixel || source.size < surface.dataSize) return false;
     if (GetRowPadding(surface.width, pixelBytes) != 0) return false;
     if (pixelBytes == 3) return true;
     return pixelBytes == 4 && surface.bitsPerPixel == 32 && IsRaw32(layout.glFormat, member);
 }
 
-int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source, std::uint32_t bitsPerPixel,
-                      const ChannelLayout& layout, ExpandMember member) noexcept {
-    const PackedPixels packed = Packed_FromBuffer(source, source.Size(), bitsPerPixel);
-    if (Expand_IsCopy(surface, packed, layout, member)) {
+int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source, std::uint32_t sourceSize,
+                      std::uint32_t bitsPerPixel, const ChannelLayout& layout,
+                      ExpandMember member) noexcept {
+    const PackedPixels packed = Packed_FromBuffer(source, sourceSize, bitsPerPixel);
+    if (source.Size() >= surface.dataSize && Expand_IsCopy(surface, packed, layout, member)) {
+        source.Shrink(surface.dataSize);
         surface.pixels = std::move(source);
         return 1;
     }
-    surface.pixels = ByteBuffer::AllocateZeroed(surface.dataSize);
+    surface.pixels = ByteBuffer::Allocate(surface.dataSize);
     if (!surface.pixels) return 0;
-    ExpandAs(member, surface, packed, layout);
+    const std::uint64_t reachedBytes =
+        IsRefused(member, surface, packed)
+            ? 0
+            : Convert(member, surface, packed, layout, MissingAlpha::Opaque);
+    Surface_FillBlack(surface, reachedBytes);
     return 1;
 }
 

@@ -17,7 +17,7 @@ struct PackedPixels {
     std::uint32_t bitsPerPixel = 0;
 };
 
-/// The first `size` bytes of a buffer; all of its bytes and its slack may be read.
+/// `size` bytes that count, of which a buffer holds the first; its slack may be read.
 [[nodiscard]] PackedPixels Packed_FromBuffer(const ByteBuffer& buffer, std::uint32_t size,
                                              std::uint32_t bitsPerPixel) noexcept;
 
@@ -46,15 +46,16 @@ int ExpandPackedPixelsPvr(DecodeSurface& surface, const PackedPixels& source,
 int ExpandPackedPixelsAstc(DecodeSurface& surface, const PackedPixels& source,
                            const ChannelLayout& layout) noexcept;
 
-/// Whether expansion would copy the whole source unchanged into the whole surface.
+/// Whether expansion would fill the whole surface with an unchanged copy of the source's start.
 [[nodiscard]] bool Expand_IsCopy(const DecodeSurface& surface, const PackedPixels& source,
                                  const ChannelLayout& layout, ExpandMember member) noexcept;
 
-/// Fills a surface that has its layout but no pixels: what giving it zeroed pixels and expanding
-/// all of `source` into them does. Where that would be a copy, `source` itself becomes the pixels.
+/// Fills a surface that has its layout but no pixels: what giving it opaque black pixels and
+/// expanding `sourceSize` bytes into them does, a refused expansion included. Where that would be
+/// a copy, `source` itself becomes the pixels. `source` may hold fewer bytes; the others read as 0.
 /// 1, or 0 without memory.
 [[nodiscard]] int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source,
-                                    std::uint32_t bitsPerPixel, const ChannelLayout& layout,
-                                    ExpandMember member) noexcept;
+                                    std::uint32_t sourceSize, std::uint32_t bitsPerPixel,
+                                    const ChannelLayout& layout, ExpandMember member) noexcept;
 
 }  // namespace koru

@@ -50,5 +50,32 @@ TEST(ByteBuffer, ReleaseGivesHeapBytesAway) {
     std::free(bytes);
 }
 
+TEST(ByteBuffer, ShrinkingKeepsTheBytesAndMakesNewSlack) {
+    for (std::uint32_t size : {100u, 70u << 20}) {
+        ByteBuffer buffer = ByteBuffer::Allocate(size);
+        ASSERT_TRUE(buffer);
+        for (std::uint32_t i = 0; i < 32; ++i) buffer.Data()[i] = static_cast<std::uint8_t>(i + 1);
+        buffer.Shrink(9);
+        EXPECT_EQ(buffer.Size(), 9u);
+        for (std::uint32_t i = 0; i < 9; ++i) EXPECT_EQ(buffer.Data()[i], i + 1);
+        for (std::uint32_t i = 0; i < ByteBuffer::kSlackBytes; ++i) {
+            EXPECT_EQ(buffer.Data()[9 + i], 0);
+        }
+    }
+}
+
+TEST(ByteBuffer, ShrinkingNeverGrowsOrEmpties) {
+    ByteBuffer buffer = ByteBuffer::Allocate(8);
+    for (std::uint32_t size : {0u, 8u, 9u, 0xFFFFFFFFu}) {
+        buffer.Shrink(size);
+        EXPECT_EQ(buffer.Size(), 8u) << size;
+        EXPECT_TRUE(buffer);
+    }
+    ByteBuffer empty;
+    empty.Shrink(0);
+    empty.Shrink(1);
+    EXPECT_FALSE(empty);
+}
+
 }  // namespace
 }  // namespace koru

@@ -39,5 +39,11 @@ TEST(SizeGetPacked, RefusesWhatDoesNotFit) {
     EXPECT_FALSE(Size_GetPacked(0x40000000, 0, 4)) << "a row counts, too";
 }
 
+TEST(Bytes, Loads64BitsLittleEndian) {
+    static constexpr std::array<std::uint8_t, 9> kBytes{0xFF, 1, 2, 3, 4, 5, 6, 7, 0x88};
+    constexpr std::span<const std::uint8_t, 9> kSpan(kBytes);
+    static_assert(Bytes_LoadLe64<1>(kSpan) == 0x8807060504030201);
+}
+
 }  // namespace
 }  // namespace koru

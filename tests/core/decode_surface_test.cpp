@@ -72,5 +72,30 @@ TEST(DecodeSurface, ClearKeepsTheAlphaFlagAndUnusedWords) {
     EXPECT_EQ(surface.reservedH, 18u);
 }
 
+TEST(DecodeSurface, BlackIsOpaqueWhereThereIsAlpha) {
+    DecodeSurface surface;
+    ASSERT_TRUE(Surface_SetLayout(surface, 1, 2, 4));
+    ASSERT_TRUE(Surface_AllocateBlack(surface));
+    EXPECT_EQ(Test_GetBytes(surface.pixels),
+              std::vector<std::uint8_t>({0, 0, 0, 255, 0, 0, 0, 255}));
+    ASSERT_TRUE(Surface_SetLayout(surface, 2, 1, 3));
+    ASSERT_TRUE(Surface_AllocateBlack(surface));
+    EXPECT_EQ(Test_GetBytes(surface.pixels), std::vector<std::uint8_t>({0, 0, 0, 0, 0, 0}));
+}
+
+TEST(DecodeSurface, FillBlackBeginsAtThePixelOfTheOffset) {
+    DecodeSurface rgba;
+    Test_FillSurface(rgba, 3, 1, 4, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+    Surface_FillBlack(rgba, 12);
+    EXPECT_EQ(rgba.pixels.Data()[11], 12);
+    Surface_FillBlack(rgba, 4);
+    EXPECT_EQ(Test_GetBytes(rgba.pixels),
+              std::vector<std::uint8_t>({1, 2, 3, 4, 0, 0, 0, 255, 0, 0, 0, 255}));
+    DecodeSurface rgb;
+    Test_FillSurface(rgb, 2, 1, 3, {1, 2, 3, 4, 5, 6});
+    Surface_FillBlack(rgb, 3);
+    EXPECT_EQ(Test_GetBytes(rgb.pixels), std::vector<std::uint8_t>({1, 2, 3, 0, 0, 0}));
+}
+
 }  // namespace
 }  // namespace koru

@@ -55,5 +55,16 @@ TEST(LevelEntry, SetSizeZeroFailsAndKeepsThePayload) {
     EXPECT_EQ(entry.data.Data()[0], 42);
 }
 
+TEST(LevelEntry, TakeDataLeavesAnEntryWithoutPayload) {
+    LevelEntry entry;
+    ASSERT_EQ(LevelEntry_SetSize(entry, 3), 1);
+    entry.levelWidth = 7;
+    const ByteBuffer data = LevelEntry_TakeData(entry);
+    EXPECT_EQ(data.Size(), 3u);
+    EXPECT_EQ(entry.byteSize, 0u);
+    EXPECT_FALSE(entry.data);
+    EXPECT_EQ(entry.levelWidth, 7u);
+}
+
 }  // namespace
 }  // namespace koru

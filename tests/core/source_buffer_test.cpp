@@ -84,5 +84,18 @@ TEST(SourceBuffer, ReleaseEmptiesIt) {
     EXPECT_FALSE(source.owned);
 }
 
+TEST(SourceBuffer, SeekingPastTheEndIsTheEnd) {
+    SourceBuffer source = Borrow();
+    Source_Seek(source, 3);
+    EXPECT_EQ(source.offset, 3u);
+    Source_Seek(source, 0);
+    EXPECT_EQ(source.offset, 0u);
+    for (std::uint64_t offset : {std::uint64_t{4}, std::uint64_t{5}, std::uint64_t{0x100000001}}) {
+        Source_Seek(source, offset);
+        EXPECT_EQ(source.offset, 4u) << offset;
+        EXPECT_EQ(Source_GetRemaining(source), 0u);
+    }
+}
+
 }  // namespace
 }  // namespace koru

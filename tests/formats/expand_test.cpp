@@ -493,61 +493,96 @@ TEST_P(ExpandEveryMember, MatchesThePlainDefinitionOnRandomPixels) {
 
 // --- Handing over --------------------------------------------------------------------------
 
-TEST_P(ExpandEveryMember, TakingPixelsEqualsExpandingThem) {
+TEST_P(ExpandEveryMember, TakingPixelsEqualsExpandingThemOnOpaqueBlack) {
     std::mt19937 random(36);
-    int adopted = 0;
+    const auto pick = [&random](std::uint32_t count) {
+        return static_cast<std::uint32_t>(random() % count);
+    };
+    int adopted = 0, converted = 0;
     for (std::uint32_t width = 1; width <= 9; ++width) {
         for (std::uint32_t targetBytes : {3u, 4u}) {
-            for (std::uint32_t bits : {8u, 16u, 24u, 32u}) {
+            for (std::uint32_t bits : {0u, 8u, 16u, 24u, 32u, 40u}) {
                 for (std::uint32_t glFormat :
                      {0u, std::uint32_t{GL_RGB10_A2}, std::uint32_t{GL_R11F_G11F_B10F}}) {
                     const ChannelLayout layout = Layout_FromMasks(
                         glFormat == GL_RGB10_A2 ? kRgb10A2Masks : kPackedFloatMasks, glFormat);
-                    ByteBuffer source = ByteBuffer::Allocate(width * 2 * bits / 8);
+                    const std::uint32_t whole = width * 2 * std::max(bits / 8, 1u);
+                    // The buffer may hold fewer bytes than count, exactly those, or more.
+                    const std::uint32_t held = whole + pick(9) - std::min(whole - 1, 4u);
+                    const std::uint32_t counted =
+                        pick(2) == 0 ? held : whole + pick(9) - std::min(whole, 4u);
+                    ByteBuffer source = ByteBuffer::Allocate(held);
                     std::generate_n(source.Data(), source.Size(),
                                     [&] { return static_cast<std::uint8_t>(random()); });
-                    const std::uint8_t* sourceBytes = source.Data();
 
                     DecodeSurface expected;
                     ASSERT_TRUE(Surface_SetLayout(expected, width, 2, targetBytes));
-                    expected.pixels = ByteBuffer::AllocateZeroed(expected.dataSize);
-                    GetParam().expand(expected, Packed_FromBuffer(source, source.Size(), bits),
-                                      layout);
+                    ASSERT_TRUE(Surface_AllocateBlack(expected));
+                    const PackedPixels packed = Packed_FromBuffer(source, counted, bits);
+                    GetParam().expand(expected, packed, layout);
+                    const bool isCopy = held >= expected.dataSize &&
+                                        Expand_IsCopy(expected, packed, layout, GetParam().member);
 
                     DecodeSurface surface;
                     ASSERT_TRUE(Surface_SetLayout(surface, width, 2, targetBytes));
-                    ASSERT_EQ(Expand_TakePixels(surface, std::move(source), bits, layout,
+                    ASSERT_EQ(Expand_TakePixels(surface, std::move(source), counted, bits, layout,
                                                 GetParam().member),
                               1);
+                    EXPECT_EQ(surface.pixels.Size(), surface.dataSize);
                     EXPECT_EQ(GetBytes(surface), GetBytes(expected))
-                        << width << ' ' << targetBytes << ' ' << bits << ' ' << glFormat;
-                    adopted += surface.pixels.Data() == sourceBytes;
+                        << width << ' ' << targetBytes << ' ' << bits << ' ' << glFormat << ' '
+                        << held << ' ' << counted;
+                    ++(isCopy ? adopted : converted);
                 }
             }
         }
     }
     EXPECT_GT(adopted, 0);
+    EXPECT_GT(converted, 0);
 }
 
-TEST(ExpandTakePixels, ARefusedExpansionIsNoFailure) {
+TEST(ExpandTakePixels, BecomesTheSourceWhereExpandingWouldCopy) {
+    const auto take = [](std::uint32_t height, std::uint32_t heldBytes,
+                         std::uint32_t countedBytes) {
+        DecodeSurface surface;
+        EXPECT_TRUE(Surface_SetLayout(surface, 1000, height, 4));
+        ByteBuffer source = ByteBuffer::Allocate(heldBytes);
+        std::fill_n(source.Data(), heldBytes, kUntouched);
+        const std::uint8_t* sourceBytes = source.Data();
+        EXPECT_EQ(
+            Expand_TakePixels(surface, std::move(source), countedBytes, 32, {}, ExpandMember::Ktx),
+            1);
+        EXPECT_EQ(surface.pixels.Size(), surface.dataSize);
+        EXPECT_EQ(surface.pixels.Data()[0], kUntouched);
+        return surface.pixels.Data() == sourceBytes;
+    };
+    EXPECT_TRUE(take(1, 4000, 4000));
+    EXPECT_FALSE(take(1, 4000, 3999));
+    EXPECT_FALSE(take(1, 3999, 4000)) << "the buffer must hold every byte of the pixels";
+}
+
+TEST(ExpandTakePixels, ARefusedExpansionIsOpaqueBlackAndNoFailure) {
     DecodeSurface surface;
     ASSERT_TRUE(Surface_SetLayout(surface, 1, 1, 4));
-    EXPECT_EQ(Expand_TakePixels(surface, ByteBuffer::Allocate(4), 0, {}, ExpandMember::Ktx), 1);
-    EXPECT_EQ(GetBytes(surface), Bytes({0, 0, 0, 0}));
+    EXPECT_EQ(Expand_TakePixels(surface, ByteBuffer::Allocate(4), 4, 0, {}, ExpandMember::Ktx), 1);
+    EXPECT_EQ(GetBytes(surface), Bytes({0, 0, 0, 255}));
+    ASSERT_TRUE(Surface_SetLayout(surface, 1, 1, 3));
+    EXPECT_EQ(Expand_TakePixels(surface, {}, 0, 24, {}, ExpandMember::Ktx), 1);
+    EXPECT_EQ(GetBytes(surface), Bytes({0, 0, 0}));
 }
 
-TEST(PackedFromBuffer, CountsNoMoreThanTheBufferHolds) {
+TEST(PackedFromBuffer, ReadsNoMoreThanTheBufferAndItsSlack) {
     const ByteBuffer buffer = ByteBuffer::Allocate(8);
     for (std::uint32_t size : {3u, 8u, 9u, 0xFFFFFFFFu}) {
         const PackedPixels packed = Packed_FromBuffer(buffer, size, 32);
         EXPECT_EQ(packed.data, buffer.Data());
-        EXPECT_EQ(packed.size, std::min(size, 8u));
+        EXPECT_EQ(packed.size, size);
         EXPECT_EQ(packed.readable, 8u + ByteBuffer::kSlackBytes);
         EXPECT_EQ(packed.bitsPerPixel, 32u);
     }
 }
 
-TEST(ExpandIsCopy, HoldsOnlyForUnchangedWholeImages) {
+TEST(ExpandIsCopy, HoldsForUnchangedWholeImages) {
     const Bytes bytes(64, 1);
     const DecodeSurface rgba = MakeSurface(4, 2, 4);
     const DecodeSurface rgb = MakeSurface(4, 2, 3);
@@ -559,7 +594,7 @@ TEST(ExpandIsCopy, HoldsOnlyForUnchangedWholeImages) {
     const auto ktx = ExpandMember::Ktx;
     EXPECT_TRUE(Expand_IsCopy(rgba, packed(32, 32), {}, ktx));
     EXPECT_FALSE(Expand_IsCopy(rgba, packed(31, 32), {}, ktx));
-    EXPECT_FALSE(Expand_IsCopy(rgba, packed(33, 32), {}, ktx));
+    EXPECT_TRUE(Expand_IsCopy(rgba, packed(33, 32), {}, ktx));
     EXPECT_FALSE(Expand_IsCopy(rgba, packed(32, 24), {}, ktx));
     EXPECT_FALSE(Expand_IsCopy(rgba, packed(32, 32), {.glFormat = GL_RGB10_A2}, ktx));
     EXPECT_FALSE(Expand_IsCopy(rgba, packed(32, 32), {.glFormat = GL_RGB10_A2UI}, ktx));
