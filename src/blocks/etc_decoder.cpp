@@ -1,0 +1,172 @@
+#include "blocks/etc_decoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <functional>
+
+#include "blocks/block_image.h"
+#include "blocks/block_texels.h"
+#include "blocks/eac_block.h"
+#include "blocks/etc_color_block.h"
+#include "blocks/etc_word.h"
+#include "formats/gl_codes.h"
+
+namespace koru {
+
+constinit std::uint32_t g_eacSigned = 0;
+
+namespace {
+
+/// Decodes blocks that follow each other into four rows of pixels, `stride` bytes apart.
+using DecodeRow = void(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
+                       std::size_t stride) noexcept;
+
+/// RGB, or punch-through RGBA.
+template <EtcBit33 Bit33>
+void DecodeColorRow(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
+                    std::size_t stride) noexcept {
+    constexpr std::size_t kPixelBytes = Bit33 == EtcBit33::Opaque ? 4 : 3;
+    for (std::uint32_t i = 0; i < blockCount; ++i) {
+        BlockTexels texels;
+        Etc_DecodeColorBlock(blocks, Bit33, texels);
+        Texels_Store<kPixelBytes>(texels, target, stride);
+        blocks += kEtcBlockBytes;
+        target += kBlockSide * kPixelBytes;
+    }
+}
+
+/// Each color block follows its alpha block.
+void DecodeRgba8Row(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
+                    std::size_t stride) noexcept {
+    constexpr std::size_t kPixelBytes = 4;
+    for (std::uint32_t i = 0; i < blockCount; ++i) {
+        BlockTexels texels;
+        Etc_DecodeColorBlock(blocks + kEtcBlockBytes, EtcBit33::Differential, texels);
+        Eac_DecodeAlphaBlock(blocks, texels);
+        Texels_Store<kPixelBytes>(texels, target, stride);
+        blocks += 2 * kEtcBlockBytes;
+        target += kBlockSide * kPixelBytes;
+    }
+}
+
+/// One 11-bit block for each channel: R, or R and G.
+template <std::size_t Channels>
+void Decode11BitRow(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
+                    std::size_t stride) noexcept {
+    constexpr std::size_t kPixelBytes = Channels * 2;
+    const bool isSigned = g_eacSigned != 0;
+    for (std::uint32_t i = 0; i < blockCount; ++i) {
+        for (std::size_t channel = 0; channel < Channels; ++channel) {
+            const EacValues values = Eac_Decode11BitBlock(blocks, isSigned);
+            for (std::size_t k = 0; k < values.size(); ++k) {
+                std::uint8_t* const value =
+                    target + k / kBlockSide * stride + k % kBlockSide * kPixelBytes + channel * 2;
+                value[0] = static_cast<std::uint8_t>(values[k]);
+                value[1] = static_cast<std::uint8_t>(values[k] >> 8);
+            }
+            blocks += kEtcBlockBytes;
+        }
+        target += kBlockSide * kPixelBytes;
+    }
+}
+
+/// What a format makes of g_eacSigned; "sign" below.
+enum class EacSigned { Untouched, Clear, Set };
+
+/// How blocks and their pixels are stored; sRGB and linear formats share it.
+struct EtcLayout {
+    std::uint32_t format = 0, type = 0;
+    std::uint32_t blockBytes = 0, pixelBytes = 0;
+    EacSigned eacSigned = EacSigned::Untouched;
+    DecodeRow* decodeRow = nullptr;
+};
+
+struct EtcFormat {
+    std::uint32_t code = 0;
+    std::uint32_t internalFormat = 0;
+    bool isSrgb = false;
+    EtcLayout layout;
+};
+
+constexpr auto kDiff = EtcBit33::Differential, kOpaque = EtcBit33::Opaque;
+constexpr auto kKeep = EacSigned::Untouched, kClear = EacSigned::Clear, kSet = EacSigned::Set;
+
+// clang-format off
+//                           format   type          block px  sign    rows
+constexpr EtcLayout kRgb8   {GL_RGB,  GL_UNSIGNED_BYTE,   8, 3, kKeep,  DecodeColorRow<kDiff>};
+constexpr EtcLayout kAlpha1 {GL_RGBA, GL_UNSIGNED_BYTE,   8, 4, kKeep,  DecodeColorRow<kOpaque>};
+constexpr EtcLayout kRgba8  {GL_RGBA, GL_UNSIGNED_BYTE,  16, 4, kKeep,  DecodeRgba8Row};
+constexpr EtcLayout kR11    {GL_RED,  GL_UNSIGNED_SHORT,  8, 2, kClear, Decode11BitRow<1>};
+constexpr EtcLayout kR11S   {GL_RED,  GL_SHORT,           8, 2, kSet,   Decode11BitRow<1>};
+constexpr EtcLayout kRg11   {GL_RG,   GL_UNSIGNED_SHORT, 16, 4, kClear, Decode11BitRow<2>};
+constexpr EtcLayout kRg11S  {GL_RG,   GL_SHORT,          16, 4, kSet,   Decode11BitRow<2>};
+
+constexpr std::array<EtcFormat, 11> kFormats{{
+    // code                                        internalFormat   sRGB   layout
+    {GL_ETC1_RGB8_OES,                             GL_RGB8,         false, kRgb8},
+    {GL_COMPRESSED_R11_EAC,                        GL_R16,          false, kR11},
+    {GL_COMPRESSED_SIGNED_R11_EAC,                 GL_R16_SNORM,    false, kR11S},
+    {GL_COMPRESSED_RG11_EAC,                       GL_RG16,         false, kRg11},
+    {GL_COMPRESSED_SIGNED_RG11_EAC,                GL_RG16_SNORM,   false, kRg11S},
+    {GL_COMPRESSED_RGB8_ETC2,                      GL_RGB8,         false, kRgb8},
+    {GL_COMPRESSED_SRGB8_ETC2,                     GL_SRGB8,        true,  kRgb8},
+    {GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2,  GL_RGBA8,        false, kAlpha1},
+    {GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2, GL_SRGB8_ALPHA8, true,  kAlpha1},
+    {GL_COMPRESSED_RGBA8_ETC2_EAC,                 GL_RGBA8,        false, kRgba8},
+    {GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC,          GL_SRGB8_ALPHA8, true,  kRgba8},
+}};
+// clang-format on
+static_assert(std::ranges::adjacent_find(kFormats, std::ranges::greater_equal{},
+                                         &EtcFormat::code) == kFormats.end(),
+              "rows must be in ascending order, without repeats");
+
+/// Null for a code that is not in the table.
+constexpr const EtcFormat* FindFormat(std::uint32_t code) noexcept {
+    const auto row = std::ranges::lower_bound(kFormats, code, {}, &EtcFormat::code);
+    return row != kFormats.end() && row->code == code ? &*row : nullptr;
+}
+
+}  // namespace
+
+std::uint32_t Etc_DecodeImage(const std::uint8_t* source, std::uint32_t sourceInternalFormat,
+                              std::uint32_t width, std::uint32_t height, ByteBuffer& destination,
+                              std::uint32_t& format, std::uint32_t& internalFormat,
+                              std::uint32_t& type, std::int32_t /*reserved*/,
+                              std::uint8_t srgbSupported) noexcept {
+    const EtcFormat* const row = FindFormat(sourceInternalFormat);
+    if (row == nullptr || (row->isSrgb && srgbSupported == 0)) return kEtcUnsupportedFormat;
+
+    const EtcLayout& layout = row->layout;
+    format = layout.format;
+    internalFormat = row->internalFormat;
+    type = layout.type;
+    // Quirk: set before memory is there, and left alone by the 8-bit formats; the flag always says
+    // what the last 11-bit format was.
+    if (layout.eacSigned != kKeep) g_eacSigned = layout.eacSigned == kSet ? 1 : 0;
+
+    destination.Reset();
+    // The size padded to whole blocks must fit, too, though only the pixels inside are allocated.
+    const auto paddedBytes = Blocks_GetBytes(width, height, kBlockTexels * layout.pixelBytes);
+    if (!paddedBytes) return kEtcOutOfMemory;
+    if (*paddedBytes == 0) return kEtcSuccess;
+    const auto size = Size_GetPacked(width, height, layout.pixelBytes);
+    if (size) destination = ByteBuffer::Allocate(size->dataSize);
+    if (!destination) return kEtcOutOfMemory;
+
+    const BlockImage image{.width = width,
+                           .height = height,
+                           .blockBytes = layout.blockBytes,
+                           .pixelBytes = layout.pixelBytes};
+    Blocks_DecodeImage(image, source, destination.Data(), layout.decodeRow);
+    return kEtcSuccess;
+}
+
+std::optional<std::uint32_t> Etc_GetPayloadBytes(std::uint32_t sourceInternalFormat,
+                                                 std::uint32_t width,
+                                                 std::uint32_t height) noexcept {
+    const EtcFormat* const row = FindFormat(sourceInternalFormat);
+    return Blocks_GetBytes(width, height, row != nullptr ? row->layout.blockBytes : 0);
+}
+
+}  // namespace koru
