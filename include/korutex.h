@@ -152,7 +152,30 @@ KORU_API KORU_Image* KORU_Load_ASTC_From_File(const KORU_Char* path, uint32_t fl
 KORU_API KORU_Image* KORU_Load_ASTC_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
 
 /**
- * Loads a KTX file of the Khronos Group. This version has no KTX reader: the result is NULL.
+ * Loads a KTX 1.1 or KTX 2.0 file of the Khronos Group.
+ *
+ * Decoded formats, by their GL internal format or the VkFormat that corresponds to it:
+ *   S3TC      DXT1, DXT3, DXT5 and their sRGB forms. GL_COMPRESSED_RGB_S3TC_DXT1_EXT is refused.
+ *             Three-color blocks round their middle color up, and their fourth color is white; it
+ *             is transparent in DXT1. DXT3 knows three-color blocks, too. In images of DXT5 that
+ *             are 1 to 3 pixels wide, alpha indices lie further apart than the format says.
+ *   ETC       ETC1, ETC2 RGB, RGBA and punch-through alpha, and their sRGB forms. EAC R11 gives the
+ *             raw bytes of its 16-bit samples as grey, EAC RG11 opaque black.
+ *   ASTC      every two-dimensional block footprint, LDR; sRGB forms as they are stored. A payload
+ *             that is shorter than its blocks gives a record of opaque black.
+ *   packed    8-bit RGB and RGBA (also sRGB, SNORM and integer, by their raw bytes), base formats
+ *             of one component as grey, GL_RGB565, GL_RGB5, GL_RGB5_A1, GL_RGBA4, GL_RGB10_A2,
+ *             GL_R11F_G11F_B10F and GL_RGB9_E5.
+ * No color space is converted. KTX 1.1 files of the other byte order and KTX 2.0 files with
+ * supercompression are refused.
+ *
+ * Rows of packed pixels are taken as padded to 4 bytes, in KTX 2.0, too. The payload must hold at
+ * least width * components bytes for each of them, padded, one byte for a component, even where
+ * pixels are packed into fewer: a 16-bit image of exactly its size is therefore refused.
+ * Three-component blocks (ETC1, ETC2 RGB, sRGB DXT1) come out sheared if width * 3 is not a
+ * multiple of 4.
+ *
+ * Rows come in file order: "KTXorientation" is read and not applied.
  *
  * Sticky: once a four-component KTX image was loaded, later KTX loads decode into a 32-bit working
  * image; see the top of this file.

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "core/load_sequence.h"
+#include "ktx/ktx_state.h"
 
 namespace koru {
 
-extern FormatState g_ktxState;
-
-/// No KTX version is read yet: 0.
+/// Identifies a KTX file at the source's offset, checks its fixed header and decodes its first
+/// image into the KTX surface: 1 or 0. A KTX 1.1 file is read where it stands.
+/// Quirk: a KTX 2.0 file is read from the start of the buffer, wherever its identifier was found;
+/// one that stands elsewhere is not what is read.
 [[nodiscard]] int Ktx_ReadContainer(SourceBuffer& source, const KORU_Char* name);
 
 inline constexpr ContainerFormat kKtxFormat{

@@ -14,6 +14,7 @@
 #include "astc_builder.h"
 #include "heap_faults.h"
 #include "koru_image_ptr.h"
+#include "ktx_builder.h"
 #include "test_files.h"
 
 namespace {
@@ -36,7 +37,8 @@ class AllocationFailure : public testing::Test {
     }
 
     /// Fails allocation 1, 2, 3, ... of `load` until none is left to fail.
-    void FailEach(const std::function<KORU_Image*()>& load, std::size_t atLeast) {
+    void FailEach(const std::function<KORU_Image*()>& load, std::size_t atLeast,
+                  std::uint8_t firstByte = 1) {
         KoruImagePtr(load()).reset();  // what a first load leaves behind is there
         const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
         std::size_t failed = 0;
@@ -56,7 +58,7 @@ class AllocationFailure : public testing::Test {
             const KoruImagePtr next(load());
             ASSERT_NE(next, nullptr) << "the load after allocation " << n << " failed";
             if (next->pixels != nullptr) {
-                EXPECT_EQ(next->pixels[0], 1);
+                EXPECT_EQ(next->pixels[0], firstByte);
             }
         }
         EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
@@ -84,6 +86,47 @@ TEST_F(AllocationFailure, OfAHeaderOnlyLoad) {
 // The path, the stream and the file's bytes besides.
 TEST_F(AllocationFailure, OfALoadFromFile) {
     FailEach([this] { return KORU_Load_ASTC_From_File(path_.c_str(), KORU_FLAG_RGBA); }, 8);
+}
+
+// Level entry, payload, record, and what lies between: nothing where the payload itself becomes the
+// pixels, decoded blocks or converted pixels, or both.
+TEST_F(AllocationFailure, OfEveryWayOfKtx) {
+    struct Case {
+        const char* name;
+        Bytes file;
+        std::uint8_t firstByte;
+        std::size_t atLeast;
+    };
+    const Bytes grey{0x80, 0x80, 0x80, 0, 0, 0, 0, 0};  // ETC: 136 and a modifier of 2
+    const Bytes alphaAndGrey{9, 0, 0, 0, 0, 0, 0, 0, 0x80, 0x80, 0x80, 0, 0, 0, 0, 0};
+    const Case cases[] = {
+        {"packed, handed over", Ktx1Builder().Uncompressed(0x8058).Level(Bytes(64, 7)).Build(), 7,
+         3},
+        {"packed, converted", Ktx1Builder().Uncompressed(0x8056).Level(Bytes(64, 0x77)).Build(),
+         0x77, 4},
+        {"S3TC", Ktx1Builder().Compressed(0x83F1).Level({0xFF, 0xFF, 0, 0, 0, 0, 0, 0}).Build(),
+         255, 4},
+        {"S3TC, three components, rows padded",
+         Ktx1Builder().Compressed(0x8C4C).Size(3, 4).Level(Bytes(8, 0)).Build(), 0, 5},
+        {"ETC", Ktx1Builder().Compressed(0x9278).Level(alphaAndGrey).Build(), 138, 4},
+        {"ETC, three components", Ktx2Builder().Format(147).Level(grey).Build(), 138, 5},
+        {"ETC, no payload", Ktx2Builder().Format(147).Build(), 0, 3},
+        {"ASTC",
+         Ktx2Builder().Format(157).Level(AstcBuilder().Solid({6, 5, 4, 3}).GetPayload()).Build(),
+         6, 5},
+        {"ASTC, refused", Ktx2Builder().Format(157).Level(Bytes(15, 0)).Build(), 0, 5},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        for (std::uint32_t flags : {KORU_FLAG_RGBA, 0u, KORU_FLAG_HEADER_ONLY}) {
+            FailEach(
+                [&] {
+                    return KORU_Load_KTX_From_Memory(
+                        test.file.data(), static_cast<std::uint32_t>(test.file.size()), flags);
+                },
+                flags == KORU_FLAG_RGBA ? test.atLeast : 3, test.firstByte);
+        }
+    }
 }
 
 TEST_F(AllocationFailure, OfAWrite) {
@@ -167,6 +210,47 @@ TEST(PeakMemory, OfALoadIsPayloadRecordAndContext) {
     EXPECT_LE(load(KORU_FLAG_RGBA), kPayload + kRecord + context + kMebibyte);
     KoruImagePtr(LoadMemory(0)).reset();
     EXPECT_LE(load(KORU_FLAG_HEADER_ONLY), kPayload + kRecord + context + kMebibyte);
+}
+
+std::size_t MeasureKtxLoad(const Bytes& file, std::uint32_t flags) {
+    // Drops a large payload of an earlier load.
+    const Bytes small = Ktx1Builder().Compressed(0x9278).Level(Bytes(16, 0)).Build();
+    KoruImagePtr(
+        KORU_Load_KTX_From_Memory(small.data(), static_cast<std::uint32_t>(small.size()), 0))
+        .reset();
+    HeapFaults_Arm(0);
+    const KoruImagePtr image(
+        KORU_Load_KTX_From_Memory(file.data(), static_cast<std::uint32_t>(file.size()), flags));
+    HeapFaults_Disarm();
+    return HeapFaults_GetPeakBytes();
+}
+
+// Buffers that a step would only copy are handed over instead.
+TEST(PeakMemory, OfAKtxLoadIsPayloadAndRecord) {
+    constexpr std::size_t kRecord = 1024 * 1024 * 4, kBlocks = 1024 * 1024, kSmall = 4096;
+    const Bytes blocks =
+        Ktx1Builder().Compressed(0x83F3).Size(1024, 1024).Level(Bytes(kBlocks, 0)).Build();
+    EXPECT_LE(MeasureKtxLoad(blocks, KORU_FLAG_RGBA), kBlocks + kRecord + kSmall);
+    EXPECT_LE(MeasureKtxLoad(blocks, KORU_FLAG_HEADER_ONLY), kBlocks + kRecord + kSmall);
+    const Bytes etc = Ktx2Builder().Format(151).Size(1024, 1024).Level(Bytes(kBlocks, 0)).Build();
+    EXPECT_LE(MeasureKtxLoad(etc, KORU_FLAG_RGBA), kBlocks + kRecord + kSmall);
+    const Bytes packed = Ktx2Builder().Format(37).Size(1024, 1024).Level(Bytes(kRecord, 0)).Build();
+    EXPECT_LE(MeasureKtxLoad(packed, KORU_FLAG_RGBA), kRecord + kSmall);
+}
+
+TEST(PeakMemory, OfAShortKtxFileStaysSmall) {
+    for (const Bytes& file :
+         {Ktx1Builder().Compressed(0x83F3).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
+          Ktx1Builder().Compressed(0x9278).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
+          Ktx1Builder().Uncompressed(0x8058).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
+          Ktx1Builder().Uncompressed(0x8058).Level({1, 2, 3}, 0xFFFFFFFF).Build(),
+          Ktx2Builder()
+              .Format(37)
+              .Level({1})
+              .Entry(0, Ktx2Entry::ByteLength, 0xFFFFFFFF)
+              .Build()}) {
+        EXPECT_LT(MeasureKtxLoad(file, KORU_FLAG_RGBA), 4096u);
+    }
 }
 
 // A header that promises more blocks than the file holds costs next to nothing.

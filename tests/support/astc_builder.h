@@ -53,6 +53,9 @@ class AstcBuilder {
         return bytes;
     }
 
+    /// The payload alone.
+    [[nodiscard]] const std::vector<std::uint8_t>& GetPayload() const { return payload_; }
+
   private:
     static void PutLe(std::vector<std::uint8_t>& bytes, std::uint32_t value, int byteCount) {
         for (int i = 0; i < byteCount; ++i) {

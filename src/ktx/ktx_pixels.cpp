@@ -1,0 +1,56 @@
+#include "ktx/ktx_pixels.h"
+
+#include "blocks/payload.h"
+#include "core/channel_layout.h"
+#include "formats/gl_formats.h"
+#include "ktx/ktx_state.h"
+#include "ktx/ktx_way.h"
+
+namespace koru {
+namespace {
+
+int DecodeEtc(const PayloadTarget& target, const KtxContents& contents,
+              LevelEntry& level) noexcept {
+    // Quirk: without payload a KTX 1.1 image keeps its component count and a KTX 2.0 image loses
+    // it; the sticky alpha flag follows.
+    if (contents.version == KtxVersion::Ktx20 && !level.data) return Payload_MakeBlank(target, 0);
+    return Payload_DecodeEtc(target, level, contents.glInternalFormat, EtcComponents::OfFormat);
+}
+
+int ExpandPacked(const PayloadTarget& target, const KtxContents& contents, LevelEntry& level,
+                 std::uint32_t componentCount) noexcept {
+    ChannelLayout layout;
+    Gl_SetChannelMasks(layout, contents.glInternalFormat);
+    Layout_Derive(layout);
+    return Payload_ExpandPacked(target, level, componentCount,
+                                Gl_GetBitsPerPixel(contents.glInternalFormat), layout);
+}
+
+}  // namespace
+
+int Ktx_DecodePixels(const KtxContents& contents, LevelEntry& level) noexcept {
+    const PayloadTarget target{.surface = g_ktxState.surface,
+                               .width = contents.width,
+                               .height = contents.height,
+                               .orientation = contents.orientation,
+                               .member = ExpandMember::Ktx};
+    const KtxPixelWay way = Ktx_ChooseWay(contents.glInternalFormat, contents.isCompressed);
+    switch (way.way) {
+        case KtxWay::S3tc:
+            return Payload_DecodeS3tc(target, level, way.s3tcMode, way.componentCount);
+        case KtxWay::Etc:
+            return DecodeEtc(target, contents, level);
+        case KtxWay::Astc:
+            return Payload_DecodeAstc(
+                target, level,
+                {contents.formatSize.blockWidth, contents.formatSize.blockHeight,
+                 contents.formatSize.blockDepth});
+        case KtxWay::Packed:
+            return ExpandPacked(target, contents, level, way.componentCount);
+        case KtxWay::None:
+            break;
+    }
+    return 1;
+}
+
+}  // namespace koru
