@@ -9,4 +9,6 @@ install_missing "${build_packages[@]}" "${bench_packages[@]}"
 cd "$root"
 cmake --preset bench > /dev/null
 cmake --build --preset bench
-build/bench/astc_load_bench "$@"
+for bench in astc_load_bench ktx_load_bench block_decode_bench; do
+    "build/bench/$bench" "$@"
+done

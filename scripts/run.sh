@@ -21,6 +21,6 @@ if ! (cd "$root" && build) > "$log" 2>&1; then
 fi
 
 if [ $# -eq 0 ]; then
-    set -- "$root"/samples/*.astc
+    set -- "$root"/samples/*.astc "$root"/samples/*.ktx "$root"/samples/*.ktx2
 fi
 "$root/build/release/korutex" convert "$@" -o "$root/build/pictures"

@@ -8,6 +8,7 @@
 # KORUTEX_TOOLS_DIR   the folder of the native programs testcard and compare_images
 # KORUTEX_ASTCENC     the astcenc program; default: astcenc
 set -u
+shopt -s lastpipe  # what is counted at the end of a pipe counts
 export LC_ALL=C.UTF-8
 
 if [ $# -lt 3 ] || [ "$2" != -- ]; then
@@ -124,13 +125,16 @@ run --help
 check "--help succeeds" [ "$rc" = 0 ]
 check "--help names the commands" eval 'contains "$out" convert && contains "$out" info'
 check "--help has examples" contains "$out" "Examples:"
-check "--help says what does not load" contains "$out" "KTX and PVR files are recognised, but"
+check "--help says what does not load" \
+    contains "$out" "PVR files and QOZM-wrapped KTX files are recognised,"
 help=$out
 run
 check "no arguments: help, exit code 2" result 2 "$help" ""
 run convert --help
 check "convert --help" eval '[ "$rc" = 0 ] && contains "$out" --rgb && contains "$out" --jobs'
-check "no example of what does not load" eval '! contains "$help$out" .ktx'
+check "no example of what does not load" eval '! contains "$help$out" .pvr'
+check "examples of all that loads" \
+    eval 'contains "$help$out" .astc && contains "$help$out" .ktx && contains "$help$out" .ktx2'
 check "the worker mode is hidden" eval '! contains "$help$out" worker'
 run info --help
 check "info --help" eval '[ "$rc" = 0 ] && contains "$out" --json'
@@ -370,11 +374,19 @@ for entry in "${containers[@]}"; do
     run info "$file"
     check "info knows ${entry%%|*}" \
         eval '[ "$rc" = 1 ] && contains "$out" "container  ${entry%%|*}"'
+done
+for file in ktx1 ktx2; do
     run convert "$file"
-    family=KTX
-    case $file in pvr*) family=PVR ;; esac
-    check "no reader yet: ${entry%%|*}" \
-        bad_file "$file" "cannot be decoded: this version reads no $family files"
+    check "$file: nothing but an identifier" \
+        bad_file "$file" "cannot be decoded: its header is cut off"
+done
+run convert wrapped
+check "no reader yet: wrapped KTX" \
+    bad_file wrapped "cannot be decoded: this version reads no QOZM-wrapped KTX files"
+for file in pvr3 pvr2; do
+    run convert "$file"
+    check "no reader yet: $file" \
+        bad_file "$file" "cannot be decoded: this version reads no PVR files"
 done
 
 valid_json() {
@@ -396,13 +408,13 @@ check "its blocks" contains "$out" '"blockFootprint": "6x6"'
 check "it loads" contains "$out" '"loads": true'
 check "no error, no warning" \
     eval 'contains "$out" "\"error\": null" && contains "$out" "\"warning\": null"'
-no_ktx="this version reads no KTX files"
-run info --json missing.astc a.astc ktx2
+no_pvr="this version reads no PVR files"
+run info --json missing.astc a.astc pvr3
 check "info --json with bad files" eval '[ "$rc" = 1 ] && valid_json'
 check "their errors" eval 'contains "$out" "\"error\": \"no such file\"" &&
-    contains "$out" "\"error\": \"cannot be decoded: $no_ktx\"" && contains "$out" "\"loads\": false"'
+    contains "$out" "\"error\": \"cannot be decoded: $no_pvr\"" && contains "$out" "\"loads\": false"'
 check "one line for each bad file" [ "$err" = \
-    $'korutex: missing.astc: no such file\nkorutex: ktx2: cannot be decoded: '"$no_ktx"$'\n' ]
+    $'korutex: missing.astc: no such file\nkorutex: pvr3: cannot be decoded: '"$no_pvr"$'\n' ]
 if ! $windows; then
     run info --json "$broken.astc"
     check "info --json of a name that is not UTF-8" eval '[ "$rc" = 0 ] && valid_json'
@@ -501,6 +513,360 @@ check "warnings of workers come in order" result 1 \
     $'odd3.astc -> odd/odd3.png (1x1)\na.astc -> odd/a.png (96x60)
 odd2.astc -> odd/odd2.png (1x1)\n3 converted, 1 failed\n' \
     "${odd3_warning}korutex: text.astc: is not an ASTC, KTX or PVR file"$'\n'"$odd2_warning"
+
+# --- KTX files ---
+
+mkdir ktx
+le32() { # le32 NUMBER...: escapes of little-endian words
+    local number
+    for number; do
+        printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((number & 255)) $((number >> 8 & 255)) \
+            $((number >> 16 & 255)) $((number >> 24 & 255))
+    done
+}
+words() { bytes "$(le32 "$@")"; }
+zeros() { head -c "$1" /dev/zero; }
+# Names that begin with K are KTX 1.1, those with V are KTX 2.0.
+# ktx1 TYPE TYPESIZE FORMAT INTERNALFORMAT WIDTH HEIGHT [DEPTH LAYERS FACES LEVELS PAIRBYTES]
+ktx1() {
+    bytes "\xabKTX 11\xbb\r\n\x1a\n\x01\x02\x03\x04"
+    words "$1" "$2" "$3" "$4" 0 "$5" "$6" "${7:-0}" "${8:-0}" "${9:-1}" "${10:-1}" "${11:-0}"
+}
+blocks1() { ktx1 0 1 0 "$@"; } # blocks1 INTERNALFORMAT WIDTH HEIGHT ...: of a compressed format
+# ktx2 VKFORMAT TYPESIZE WIDTH HEIGHT [SCHEME LEVELS PAIRBYTES DEPTH LAYERS FACES]
+ktx2() {
+    bytes "\xabKTX 20\xbb\r\n\x1a\n"
+    words "$1" "$2" "$3" "$4" "${8:-0}" "${9:-0}" "${10:-1}" "${6:-1}" "${5:-0}" \
+        0 0 0 "${7:-0}" 0 0 0 0
+}
+index2() { words "$1" 0 "$2" 0 "$2" 0; } # index2 OFFSET LENGTH: an entry of the level index
+# file2 VKFORMAT TYPESIZE WIDTH HEIGHT LENGTH: all but the payload; no descriptor, no pairs
+file2() {
+    ktx2 "$1" "$2" "$3" "$4"
+    index2 108 "$5"
+    words 4
+}
+pair() { bytes "$(le32 $((${#1} + ${#2} + 2)))$1\x00$2\x00"; } # pair KEY VALUE
+ppm() { bytes "P6\n$1\n255\n$2"; }                             # ppm SIZE BYTES
+gl_byte=0x1401 gl_rgb=0x1907 gl_rgba=0x1908
+gl_rgb8=0x8051 gl_rgba8=0x8058 gl_dxt1=0x83F1 gl_etc1=0x8D64 gl_astc_4x4=0x93B0
+vk_rgba8=37 vk_astc_6x6=165
+
+# The pictures.
+make_card() { # make_card SIZE FOOTPRINT NAME SEED: NAME and its decoded NAME.ref.png
+    "$testcard" "$1" card.png --seed "$4" &&
+        "$astcenc" -cl card.png "$3" "$2" -fast -silent >/dev/null &&
+        "$astcenc" -dl "$3" "$3.ref.png" -silent >/dev/null &&
+        rm card.png
+}
+check "astcenc writes KTX" make_card 97x61 6x6 ktx/card.ktx 5
+run convert ktx/card.ktx
+check "KTX 1.1, ASTC blocks" good $'ktx/card.ktx -> ktx/card.png (97x61)\n'
+check "its pixels" "$compare" ktx/card.png ktx/card.ktx.ref.png
+cp ktx/card.ktx ktx/wrong.astc
+run convert ktx/wrong.astc
+check "content counts: KTX called .astc" same_bytes ktx/wrong.png ktx/card.png
+{ file2 $vk_astc_6x6 1 96 60 2560 && tail -c +17 a.astc; } >ktx/a.ktx2
+run convert ktx/a.ktx2
+check "KTX 2.0, ASTC blocks" good $'ktx/a.ktx2 -> ktx/a.png (96x60)\n'
+check "its pixels" "$compare" ktx/a.png a.ref.png
+shown() { # shown NAME FILE SIZE BYTES: the picture has these bytes, R, G, B for each pixel
+    ppm "$3" "$4" >ktx/expected.ppm
+    run convert "ktx/$2" -o ktx/shown.ppm
+    check "$1" eval '[ "$rc" = 0 ] && same_bytes ktx/shown.ppm ktx/expected.ppm'
+}
+{ ktx1 $gl_byte 1 $gl_rgb $gl_rgb8 1 2 && words 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } \
+    >ktx/rgb8.ktx
+shown "KTX 1.1, packed pixels: rows padded to 4 bytes" rgb8.ktx "1 2" '\x01\x02\x03\x04\x05\x06'
+{ file2 $vk_rgba8 1 2 1 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } >ktx/rgba8.ktx2
+shown "KTX 2.0, packed pixels" rgba8.ktx2 "2 1" '\x01\x02\x03\x04\x05\x06'
+# Both end colors and an index of 0: the first color, red in 5:6:5.
+{ blocks1 $gl_dxt1 2 1 && words 8 && bytes '\x00\xf8\x00\x00\x00\x00\x00\x00'; } >ktx/dxt1.ktx
+shown "KTX 1.1, S3TC blocks" dxt1.ktx "2 1" '\xff\x00\x00\xff\x00\x00'
+# Black base colors and an index of 0: the first modifier, 2.
+{ blocks1 $gl_etc1 2 1 && words 8 && zeros 8; } >ktx/etc1.ktx
+shown "KTX 1.1, ETC blocks" etc1.ktx "2 1" '\x02\x02\x02\x02\x02\x02'
+{ blocks1 $gl_dxt1 1 1 0 0 6 && words 48 && bytes '\xe0\x07\x00\x00\x00\x00\x00\x00' &&
+    zeros 40; } >ktx/cube.ktx
+shown "the first face of a cube" cube.ktx "1 1" '\x00\xff\x00'
+
+# What info says of files that load.
+check_info() { # check_info NAME FILE TEXT...: these lines, then record, file and loads
+    local name=$1 file=$2 lines
+    shift 2
+    lines=$(printf '  %s\n' "$@" "record     RGBA")
+    run info "ktx/$file"
+    check "info: $name" eval '[ "$rc" = 0 ] && [ -z "$err" ] &&
+        contains "$out" "ktx/$file"$'\''\n'\''"$lines"'
+}
+check_info "KTX 1.1, ASTC blocks" card.ktx "container  KTX 1.1" "size       97 x 61" \
+    "format     GL_COMPRESSED_RGBA_ASTC_6x6_KHR" "data       ASTC 6x6 blocks"
+check_info "KTX 2.0, ASTC blocks" a.ktx2 "container  KTX 2.0" "size       96 x 60" \
+    "format     VK_FORMAT_ASTC_6x6_UNORM_BLOCK (as GL_COMPRESSED_RGBA_ASTC_6x6_KHR)" \
+    "data       ASTC 6x6 blocks"
+check_info "KTX 1.1, packed pixels" rgb8.ktx "container  KTX 1.1" "size       1 x 2" \
+    "format     GL_RGB8 (glType GL_UNSIGNED_BYTE, glFormat GL_RGB)" "data       packed pixels"
+check_info "S3TC blocks" dxt1.ktx "container  KTX 1.1" "size       2 x 1" \
+    "format     GL_COMPRESSED_RGBA_S3TC_DXT1_EXT" "data       S3TC blocks"
+check_info "ETC blocks" etc1.ktx "container  KTX 1.1" "size       2 x 1" \
+    "format     GL_ETC1_RGB8_OES" "data       ETC blocks"
+check_info "a cube" cube.ktx "container  KTX 1.1" "size       1 x 1" \
+    "format     GL_COMPRESSED_RGBA_S3TC_DXT1_EXT" "data       S3TC blocks" \
+    "faces      6, the first is shown"
+{ ktx1 0x8363 4 0x1907 $gl_rgba8 1 1 3 2 1 4 27 && pair KTXorientation 'S=r,T=d' && words 4 &&
+    words 0 0 0 0; } >ktx/many.ktx
+check_info "all the numbers" many.ktx "container  KTX 1.1" "size       1 x 1 x 3" \
+    "format     GL_RGBA8 (glType 0x8363, glFormat GL_RGB)" "data       packed pixels" \
+    "levels     4" "layers     2, the first is shown" "direction  S=r,T=d"
+run info --json ktx/many.ktx
+check "info --json of KTX 1.1" eval '[ "$rc" = 0 ] && [ -z "$err" ] && valid_json'
+for field in '"container": "KTX 1.1"' '"width": 1' '"height": 1' '"depth": 3' '"levels": 4' \
+    '"faces": 1' '"layers": 2' '"format": "GL_RGBA8"' '"glInternalFormat": 32856' \
+    '"glType": 33635' '"glFormat": 6407' '"vkFormat": null' '"typeSize": 4' \
+    '"supercompression": null' '"way": "packed pixels"' '"blockFootprint": null' \
+    '"orientation": "S=r,T=d"' '"loads": true' '"error": null' '"warning": null'; do
+    check "... $field" contains "$out" "$field"
+done
+keys() { sed -n 's/^    "\([A-Za-z0-9]*\)":.*/\1/p' "$logs/out"; }
+ktx_keys=$(keys)
+run info --json ktx/a.ktx2
+check "info --json of KTX 2.0" eval '[ "$rc" = 0 ] && [ -z "$err" ] && valid_json'
+for field in '"container": "KTX 2.0"' '"width": 96' '"depth": 0' '"levels": 1' \
+    '"format": "VK_FORMAT_ASTC_6x6_UNORM_BLOCK"' '"glInternalFormat": 37812' '"glType": null' \
+    '"vkFormat": 165' '"typeSize": 1' '"supercompression": "none"' '"way": "ASTC 6x6 blocks"' \
+    '"blockFootprint": "6x6"' '"orientation": null'; do
+    check "... $field" contains "$out" "$field"
+done
+for file in a.astc missing.astc pvr3; do
+    run info --json "$file"
+    check "info --json: the same keys for $file" [ "$(keys)" = "$ktx_keys" ]
+done
+check "info --json: some keys" [ "$(wc -w <<<"$ktx_keys")" -gt 10 ]
+
+# Each rule that refuses a file, in its words.
+refused() { # refused FILE REASON: standard input becomes the file
+    local file=ktx/$1 reason="cannot be decoded: $2"
+    cat >"$file"
+    run convert "$file" -o never.png
+    check "convert: $1" bad_file "$file" "$reason"
+    run info "$file"
+    check "info: $1" reported "$file" "$reason"
+    run info --json "$file"
+    check "info --json: $1" eval 'valid_json && contains "$out" "\"error\": \"$reason\""'
+}
+ktx1 0 1 0 $gl_etc1 1 1 | head -c 63 | refused K-header-cut "its header is cut off"
+ktx2 $vk_rgba8 1 1 1 | head -c 79 | refused V-header-cut "its header is cut off"
+{ bytes '\xabKTX 11\xbb\r\n\x1a\n\x04\x03\x02\x01' && zeros 48; } |
+    refused K-big-endian "it is big-endian"
+run info ktx/K-big-endian
+check "info shows no numbers of a big-endian file" eval '! contains "$out" size'
+{ bytes '\xabKTX 11\xbb\r\n\x1a\n\x04\x04\x04\x04' && zeros 48; } |
+    refused K-no-endian "its endianness field names no byte order"
+ktx1 0 0 0 $gl_etc1 8 8 | refused K-type-size "glTypeSize is 0, must be 1, 2 or 4"
+run info ktx/K-type-size
+check "info shows the numbers of a refused file" contains "$out" "  size       8 x 8
+  format     GL_ETC1_RGB8_OES
+  data       ETC blocks
+  file       64 bytes
+  loads      no
+"
+ktx2 $vk_rgba8 3 1 1 | refused V-type-size "typeSize is 3, must be 1, 2 or 4"
+ktx1 0 1 0 $gl_etc1 4 0 | refused K-height "its size is 4 x 0"
+ktx2 $vk_rgba8 1 0 4 | refused V-width "its size is 0 x 4"
+ktx2 0 1 4 4 1 | refused V-undefined "its format is VK_FORMAT_UNDEFINED"
+run info ktx/V-undefined
+check "info names its supercompression" \
+    eval 'contains "$out" "format     VK_FORMAT_UNDEFINED
+  scheme     BasisLZ
+"'
+for scheme in 1:BasisLZ 2:Zstandard 3:ZLIB 9:9; do
+    ktx2 $vk_rgba8 1 4 4 "${scheme%:*}" |
+        refused "V-scheme-${scheme%:*}" "it is supercompressed (${scheme#*:})"
+done
+run info --json ktx/V-scheme-2
+check "its name in JSON" contains "$out" '"supercompression": "Zstandard"'
+{ ktx1 0 1 0 $gl_etc1 4 4 0 0 1 1 40 && pair KTXorientation rd | head -c 20; } |
+    refused K-pair-cut "the file ends within its first key/value pair"
+{ ktx2 $vk_rgba8 1 1 1 0 1 40 && index2 80 4 && words 4 36; } |
+    refused V-pair-cut "the file ends within its first key/value pair"
+{ blocks1 $gl_etc1 4 4 0 0 1 2 && words 8 && zeros 8; } |
+    refused K-levels-cut "the file ends within its levels"
+{ ktx2 $vk_rgba8 1 1 1 0 2 && index2 80 4; } |
+    refused V-index-cut "the file ends within its level index"
+{ ktx2 $vk_rgba8 1 1 1 && index2 80 4 && zeros 3; } |
+    refused V-descriptor-cut "the file ends before its data format descriptor"
+{ blocks1 $gl_etc1 4 4 && words 8 && zeros 5; } |
+    refused K-level-cut "level 0 has 8 bytes, the file holds 5 of them"
+{ ktx2 $vk_rgba8 1 2 2 && index2 4000 16 && words 4; } |
+    refused V-level-cut "level 0 has 16 bytes, the file holds 0 of them"
+{ ktx2 $vk_rgba8 1 2 2 && words 108 0 0 1 0 0 && words 4; } |
+    refused V-level-long "level 0 has 4 GiB or more"
+{ blocks1 0x83F0 4 4 && words 8 && zeros 8; } |
+    refused K-dxt1-rgb "compressed format GL_COMPRESSED_RGB_S3TC_DXT1_EXT is not decoded"
+{ blocks1 0x93C0 3 3 && words 16 && zeros 16; } |
+    refused K-astc-3d "compressed format GL_COMPRESSED_RGBA_ASTC_3x3x3_OES is not decoded"
+{ blocks1 0x1234 4 4 && words 8 && zeros 8; } |
+    refused K-unknown "compressed format 0x1234 is not decoded"
+{ file2 139 1 4 4 8 && zeros 8; } |
+    refused V-bc4 "compressed format VK_FORMAT_BC4_UNORM_BLOCK is not decoded"
+run info ktx/V-bc4
+check "info names the GL format, too, and no way" contains "$out" \
+    "  format     VK_FORMAT_BC4_UNORM_BLOCK (as GL_COMPRESSED_RED_RGTC1)
+  file       116 bytes
+"
+{ ktx1 0x1406 4 0x1908 0x8814 1 1 && words 16 && zeros 16; } |
+    refused K-float "uncompressed format GL_RGBA32F is not decoded"
+{ file2 9 1 4 1 4 && zeros 4; } |
+    refused V-r8 "uncompressed format VK_FORMAT_R8_UNORM is not decoded"
+{ file2 44 1 1 1 4 && zeros 4; } |
+    refused V-bgra8 "uncompressed format VK_FORMAT_B8G8R8A8_UNORM is not decoded"
+{ file2 1000288000 1 1 1 16 && zeros 16; } | refused V-unknown "format 1000288000 is not decoded"
+{ ktx1 0 1 $gl_rgba $gl_rgba8 1 1 && words 4 && zeros 4; } |
+    refused K-type-0 "glType 0 means compressed, but GL_RGBA8 is not"
+{ ktx1 $gl_byte 1 0 $gl_rgba8 1 1 && words 4 && zeros 4; } |
+    refused K-format-0 "glFormat 0 means compressed, but GL_RGBA8 is not"
+{ ktx1 0x8363 2 $gl_rgb 0x8D62 4 4 && words 32 && zeros 32; } |
+    refused K-rgb565 "level 0 holds 32 bytes, the size test asks for 48"
+{ file2 23 1 5 1 15 && zeros 15; } |
+    refused V-unpadded "level 0 holds 15 bytes, the size test asks for 16"
+ktx1 $gl_byte 1 $gl_rgba $gl_rgba8 2 2 0 0 0 0 |
+    refused K-no-level "level 0 holds 0 bytes, the size test asks for 16"
+{ blocks1 $gl_dxt1 5 4 && words 8 && zeros 8; } |
+    refused K-dxt1-short "level 0 holds 8 bytes of blocks, needs 16"
+{ file2 151 1 4 4 15 && zeros 15; } |
+    refused V-etc2-short "level 0 holds 15 bytes of blocks, needs 16"
+{ blocks1 $gl_etc1 65536 65536 && words 0; } | refused K-large "its image takes 4 GiB or more"
+{ blocks1 $gl_astc_4x4 65536 65536 && words 16 && zeros 16; } |
+    refused K-astc-large "its image takes 4 GiB or more"
+check "no output of a refused file" [ ! -e never.png ]
+
+# What is odd about files that load. Standard input becomes the file; SIZE and BYTES are those of
+# ppm, empty BYTES are not compared.
+warned() { # warned FILE SIZE BYTES WARNING...
+    local file=ktx/$1 size=$2 pixels=$3 warnings='' joined='' text json=null
+    cat >"$file"
+    shift 3
+    for text; do
+        warnings+="korutex: $file: warning: $text"$'\n'
+        joined+="${joined:+; }$text"
+    done
+    [ -z "$joined" ] || json="\"$joined\""
+    ppm "$size" "$pixels" >ktx/expected.ppm
+    run convert "$file" -o ktx/shown.ppm
+    check "convert warns of $# oddities: $file" \
+        result 0 "$file -> ktx/shown.ppm (${size/ /x})"$'\n' "$warnings"
+    [ -z "$pixels" ] || check "its picture" same_bytes ktx/shown.ppm ktx/expected.ppm
+    run info "$file"
+    check "info warns, too" \
+        eval '[ "$rc" = 0 ] && [ "$err" = "$warnings" ] && contains "$out" "loads      yes"'
+    run info --json "$file"
+    check "info --json warns, too" eval '[ "$rc" = 0 ] && [ "$err" = "$warnings" ] && valid_json &&
+        contains "$out" "\"warning\": $json"'
+}
+black() { printf '\\x00%.0s' $(seq "$(($1 * 3))"); } # black PIXELS
+sheared="are sheared unless their width is a multiple of 4"
+means_nothing="the picture means nothing"
+is_black="the picture is black"
+{ blocks1 $gl_etc1 5 5 && words 32 && zeros 32; } |
+    warned K-etc1-5 "5 5" "" "pictures of GL_ETC1_RGB8_OES $sheared"
+{ blocks1 $gl_etc1 5 1 && words 16 && zeros 16; } |
+    warned K-etc1-row "5 1" '\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02\x02'
+{ blocks1 $gl_etc1 8 5 && words 32 && zeros 32; } | warned K-etc1-8 "8 5" ""
+{ blocks1 0x9274 6 2 && words 16 && zeros 16; } |
+    warned K-etc2-6 "6 2" "" "pictures of GL_COMPRESSED_RGB8_ETC2 $sheared"
+{ blocks1 0x9278 5 5 && words 64 && zeros 64; } | warned K-etc2-rgba-5 "5 5" ""
+{ file2 148 1 7 2 16 && zeros 16; } |
+    warned V-etc2-7 "7 2" "" "pictures of VK_FORMAT_ETC2_R8G8B8_SRGB_BLOCK $sheared"
+{ blocks1 0x8C4C 5 5 && words 32 && zeros 32; } |
+    warned K-dxt1-srgb-5 "5 5" "" "pictures of GL_COMPRESSED_SRGB_S3TC_DXT1_EXT $sheared"
+{ blocks1 $gl_dxt1 5 5 && words 32 && zeros 32; } | warned K-dxt1-5 "5 5" "$(black 25)"
+samples="16-bit samples are shown as they are"
+{ blocks1 0x9270 4 4 && words 8 && zeros 8; } | warned K-r11 "4 4" "" \
+    "the bytes of GL_COMPRESSED_R11_EAC's $samples; $means_nothing"
+{ file2 154 1 4 4 8 && zeros 8; } | warned V-signed-r11 "4 4" "" \
+    "the bytes of VK_FORMAT_EAC_R11_SNORM_BLOCK's $samples; $means_nothing"
+{ blocks1 0x9272 4 4 && words 16 && zeros 16; } | warned K-rg11 "4 4" "$(black 16)" \
+    "GL_COMPRESSED_RG11_EAC has no conversion to RGB; $is_black"
+{ blocks1 0x9273 4 4 && words 16 && zeros 16; } | warned K-signed-rg11 "4 4" "$(black 16)" \
+    "GL_COMPRESSED_SIGNED_RG11_EAC has no conversion to RGB; $is_black"
+{ blocks1 $gl_etc1 4 1 && words 0; } |
+    warned K-etc1-empty "4 1" "$(black 4)" "level 0 is empty; $is_black"
+{ file2 151 1 4 1 0; } | warned V-etc2-empty "4 1" "$(black 4)" "level 0 is empty; $is_black"
+{ blocks1 $gl_astc_4x4 8 4 && words 31 && zeros 31; } | warned K-astc-short "8 4" "$(black 32)" \
+    "level 0 holds 31 bytes of blocks, needs 32; $is_black"
+{ file2 $vk_astc_6x6 1 6 7 0; } | warned V-astc-empty "6 7" "$(black 42)" \
+    "level 0 holds 0 bytes of blocks, needs 32; $is_black"
+{ ktx1 $gl_byte 1 0x190A 0x190A 2 1 && words 4 && bytes '\xff\xff\xff\xff'; } |
+    warned K-luminance-alpha "2 1" "$(black 2)" \
+        "GL_LUMINANCE_ALPHA has no conversion to RGB; $is_black"
+{ ktx1 0x8368 4 $gl_rgba 0x8059 1 1 && words 4 && zeros 4; } | warned K-rgb10 "1 1" "" \
+    "the channels of GL_RGB10_A2 are not scaled to 8 bits; the colors are wrong"
+{ file2 123 4 1 1 4 && zeros 4; } | warned V-rgb9e5 "1 1" "" \
+    "the channels of VK_FORMAT_E5B9G9R9_UFLOAT_PACK32 are not scaled to 8 bits; the colors are wrong"
+{ ktx1 $gl_byte 1 0x80E1 $gl_rgba8 1 1 && words 4 && bytes '\x01\x02\x03\xff'; } |
+    warned K-bgra "1 1" '\x01\x02\x03' \
+        "its pixels are stored as B, G, R; red and blue are swapped"
+{ ktx1 $gl_byte 1 $gl_rgba $gl_dxt1 2 1 && words 8 && bytes '\x01\x02\x03\x04\x05\x06\x07\x08'; } |
+    warned K-blocks-as-pixels "2 1" '\x01\x02\x03\x05\x06\x07' \
+        "glType and glFormat are not 0, so the blocks of GL_COMPRESSED_RGBA_S3TC_DXT1_EXT are shown as pixels; $means_nothing"
+upside="; the picture is upside down"
+turned1() { # turned1 VALUE: two pixels above each other, with an orientation
+    ktx1 $gl_byte 1 $gl_rgba $gl_rgba8 1 2 0 0 1 1 $((20 + ${#1}))
+    pair KTXorientation "$1"
+    words 8
+    bytes '\x01\x02\x03\xff\x04\x05\x06\xff'
+}
+in_file_order='\x01\x02\x03\x04\x05\x06'
+turned1 'S=r,T=u' |
+    warned K-upwards "1 2" "$in_file_order" "its rows run upwards (S=r,T=u)$upside"
+turned1 'S=r,T=d' | warned K-downwards "1 2" "$in_file_order"
+turned1 $'S=r\a\n,T=u' >ktx/K-control
+run info ktx/K-control
+check "an orientation that would steer a terminal" eval 'contains "$out" "direction  S=r" &&
+    contains "$err" "upwards (S=r" && [ "$(wc -l <"$logs/err")" = 1 ] &&
+    ! contains "$out$err" $'\''\a'\'''
+turned2() { # turned2 VKFORMAT WIDTH HEIGHT VALUE: with blocks of 0
+    ktx2 "$1" 1 "$2" "$3" 0 1 $((20 + ${#4}))
+    index2 $((128 + ${#4})) 32
+    words 4
+    pair KTXorientation "$4"
+    zeros 32
+}
+turned2 137 4 1 ru | warned V-upwards "4 1" "$(black 4)" "its rows run upwards (ru)$upside"
+turned2 137 4 1 rd | warned V-downwards "4 1" "$(black 4)"
+turned2 147 5 3 ru | warned V-both "5 3" "" \
+    "pictures of VK_FORMAT_ETC2_R8G8B8_UNORM_BLOCK $sheared" "its rows run upwards (ru)$upside"
+turned2 155 4 2 ru | warned V-black "4 2" "$(black 8)" \
+    "VK_FORMAT_EAC_R11G11_UNORM_BLOCK has no conversion to RGB; $is_black"
+
+# Lists of all kinds.
+cp ktx/a.ktx2 ktx/b.ktx2
+mixed=(a.astc ktx/card.ktx ktx/V-both ktx/K-float ktx/b.ktx2 text.astc ktx/K-rg11 ktx/rgba8.ktx2)
+run convert "${mixed[@]}" -o ktx/serial
+check "a mixed list" result 1 'a.astc -> ktx/serial/a.png (96x60)
+ktx/card.ktx -> ktx/serial/card.png (97x61)
+ktx/V-both -> ktx/serial/V-both.png (5x3)
+ktx/b.ktx2 -> ktx/serial/b.png (96x60)
+ktx/K-rg11 -> ktx/serial/K-rg11.png (4x4)
+ktx/rgba8.ktx2 -> ktx/serial/rgba8.png (2x1)
+6 converted, 2 failed
+' "korutex: ktx/V-both: warning: pictures of VK_FORMAT_ETC2_R8G8B8_UNORM_BLOCK $sheared
+korutex: ktx/V-both: warning: its rows run upwards (ru)$upside
+korutex: ktx/K-float: cannot be decoded: uncompressed format GL_RGBA32F is not decoded
+korutex: text.astc: is not an ASTC, KTX or PVR file
+korutex: ktx/K-rg11: warning: GL_COMPRESSED_RG11_EAC has no conversion to RGB; $is_black
+"
+check "its pixels" eval 'same_bytes ktx/serial/a.png a.png && same_bytes ktx/serial/b.png a.png &&
+    same_bytes ktx/serial/card.png ktx/card.png'
+serial_out=$out
+serial_err=$err
+for jobs in 3 8; do
+    run convert "${mixed[@]}" -o "ktx/parallel" -j "$jobs"
+    check "-j $jobs says the same" result 1 "${serial_out//serial/parallel}" "$serial_err"
+    check "-j $jobs writes the same" diff -r ktx/serial ktx/parallel
+done
+run convert ktx/a.ktx2 a.astc -o ktx/collide
+check "KTX and ASTC of one name" usage_error "both be written to"
 
 # --- outputs ---
 

@@ -21,9 +21,9 @@ constexpr const char* kDescription =
 constexpr const char* kFooter =
     "Examples:\n"
     "  korutex convert rock.astc                     writes rock.png\n"
-    "  korutex convert rock.astc -o rock.tga         writes rock.tga\n"
-    "  korutex convert *.astc -o pictures -j 0       writes pictures/*.png, on all CPUs\n"
-    "  korutex info rock.astc                        shows size, layout, and if it loads\n"
+    "  korutex convert rock.ktx -o rock.tga          writes rock.tga\n"
+    "  korutex convert *.ktx *.ktx2 -o pictures -j 0 writes pictures/*.png, on all CPUs\n"
+    "  korutex info rock.ktx2                        shows size, format, and if it loads\n"
     "\n"
     "Exit codes:\n"
     "  0  all is well\n"
@@ -42,15 +42,15 @@ constexpr const char* kConvertFooter =
     "Examples:\n"
     "  korutex convert rock.astc                 writes rock.png beside it\n"
     "  korutex convert rock.astc -o out/rock.tga writes that file; the folder must exist\n"
-    "  korutex convert a.astc b.astc -o out      writes out/a.png and out/b.png\n"
-    "  korutex convert *.astc --rgb -j 0         drops alpha, uses all CPUs";
+    "  korutex convert a.astc b.ktx -o out       writes out/a.png and out/b.png\n"
+    "  korutex convert *.ktx2 --rgb -j 0         drops alpha, uses all CPUs";
 
 constexpr const char* kInfoFooter =
-    "The exit code is 0 when every file loads.\n"
+    "For a file that does not load, the reason. The exit code is 0 when every file loads.\n"
     "\n"
     "Examples:\n"
-    "  korutex info rock.astc\n"
-    "  korutex info --json *.astc | jq '.[] | select(.loads | not) | .file'";
+    "  korutex info rock.astc grass.ktx\n"
+    "  korutex info --json *.ktx | jq '.[] | select(.loads | not) | .file'";
 
 constexpr std::size_t kMaxWorkers = 256;
 

@@ -49,7 +49,7 @@ void Convert_WriteOutput(const ConvertJob& job, const PictureView& picture) {
 
 ConvertOutcome Convert_File(const ConvertJob& job) {
     try {
-        const TextureFile file = Texture_Open(job.input);
+        TextureFile file = Texture_Open(job.input);
         const ImageHandle image = Texture_Load(file);
         const PictureView picture = job.dropAlpha ? Convert_DropAlpha(*image)
                                                   : PictureView{image->pixels, image->width,
@@ -58,7 +58,7 @@ ConvertOutcome Convert_File(const ConvertJob& job) {
         return {.isConverted = true,
                 .width = image->width,
                 .height = image->height,
-                .warning = Diagnosis_FindWarning(file)};
+                .warnings = Diagnosis_FindWarnings(file)};
     } catch (const FileError& error) {
         return {.failedFile = error.GetFile(), .reason = error.what()};
     } catch (const std::bad_alloc&) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace koru_host {
 
@@ -19,9 +20,9 @@ struct ConvertOutcome {
     bool isConverted = false;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    std::filesystem::path failedFile{};  ///< the input or the output
-    std::string reason{};                ///< why it failed, for people
-    std::string warning{};               ///< what is odd about a converted input; may be empty
+    std::filesystem::path failedFile{};   ///< the input or the output
+    std::string reason{};                 ///< why it failed, for people
+    std::vector<std::string> warnings{};  ///< what is odd about a converted input
 };
 
 /// Never throws for a reason that lies in the files. `temporary` is gone afterwards.

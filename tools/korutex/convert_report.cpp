@@ -36,7 +36,7 @@ void ConvertReport::Print(const ConvertJob& job, const ConvertOutcome& outcome) 
         Console_ReportFile(outcome.failedFile, outcome.reason);
         return;
     }
-    if (!outcome.warning.empty()) Console_WarnOfFile(job.input, outcome.warning);
+    for (const std::string& warning : outcome.warnings) Console_WarnOfFile(job.input, warning);
     Console_Print(Paths_ToPrintable(job.input) + " -> " + Paths_ToPrintable(job.output) + " (" +
                   std::to_string(outcome.width) + 'x' + std::to_string(outcome.height) + ")\n");
 }

@@ -3,9 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "utf_text.h"
 
 namespace koru_host {
 namespace {
+
+constexpr const char* kHeaderIsCut = "its header is cut off";
 
 constexpr std::uint64_t kAstcBlockBytes = 16;
 constexpr std::uint64_t kMaxPixelBytes = 0xFFFFFFFF;
@@ -27,13 +33,16 @@ std::uint64_t Astc_CountBlockBytes(const AstcSizes& sizes) {
            countBlocks(sizes.height, sizes.blockHeight) * kAstcBlockBytes;
 }
 
+std::string Diagnosis_DescribeSize(std::uint32_t width, std::uint32_t height) {
+    return "its size is " + std::to_string(width) + " x " + std::to_string(height);
+}
+
 /// Empty when the header gives no reason.
 std::string Astc_ExplainFailure(const TextureFile& file) {
     const auto sizes = Container_ReadAstcSizes(file.head);
-    if (!sizes) return "its header is cut off";
+    if (!sizes) return kHeaderIsCut;
     if (sizes->width == 0 || sizes->height == 0) {
-        return "its size is " + std::to_string(sizes->width) + " x " +
-               std::to_string(sizes->height);
+        return Diagnosis_DescribeSize(sizes->width, sizes->height);
     }
     if (sizes->depth != 1) {
         return "its depth is " + std::to_string(sizes->depth) + ", only images of depth 1 are read";
@@ -50,14 +59,133 @@ std::string Astc_ExplainFailure(const TextureFile& file) {
     return {};
 }
 
+std::optional<std::string> Astc_FindWarning(const TextureFile& file) {
+    if (file.container != Container::Astc) return std::nullopt;
+    const auto sizes = Container_ReadAstcSizes(file.head);
+    if (!sizes) return std::nullopt;
+    const Footprint footprint{sizes->blockWidth, sizes->blockHeight, sizes->blockDepth};
+    if (std::ranges::find(kAstcFootprints, footprint) != kAstcFootprints.end()) return std::nullopt;
+    // The library gives transparent black for such a file instead of a failure.
+    return "ASTC has no " + Container_GetFootprint(*sizes) + " blocks; the picture is empty";
+}
+
+std::string Ktx_NameTypeSize(const KtxFacts& facts) {
+    return facts.version == koru::KtxVersion::Ktx11 ? "glTypeSize" : "typeSize";
+}
+
+/// How the header declares the payload of a format that is not decoded.
+std::string Ktx_DescribeFormat(const KtxFacts& facts) {
+    if (facts.version == koru::KtxVersion::Ktx20 && !facts.isVkFormatKnown) {
+        return "format " + Ktx_GetFormatName(facts);
+    }
+    const bool isPacked = facts.way.way == koru::KtxWay::Packed;
+    return (isPacked ? "uncompressed format " : "compressed format ") + Ktx_GetFormatName(facts);
+}
+
+std::string Ktx_ExplainShortLevel(const KtxFacts& facts) {
+    const bool isPacked = facts.way.way == koru::KtxWay::Packed;
+    return "level 0 holds " + std::to_string(facts.levelBytes) + " bytes" +
+           (isPacked ? ", the size test asks for " : " of blocks, needs ") +
+           std::to_string(facts.neededBytes);
+}
+
+/// For a refusal that leaves facts. Empty without a refusal.
+std::string Ktx_ExplainFailure(KtxRefusal refusal, const KtxFacts& facts) {
+    switch (refusal) {
+        case KtxRefusal::VkFormat:
+            return "its format is VK_FORMAT_UNDEFINED";
+        case KtxRefusal::TypeSize:
+            return Ktx_NameTypeSize(facts) + " is " + std::to_string(facts.typeSize) +
+                   ", must be 1, 2 or 4";
+        case KtxRefusal::Size:
+            return Diagnosis_DescribeSize(facts.width, facts.height);
+        case KtxRefusal::Supercompression:
+            return "it is supercompressed (" + Ktx_GetSchemeName(facts.supercompression) + ')';
+        case KtxRefusal::KeyValueCut:
+            return "the file ends within its first key/value pair";
+        case KtxRefusal::LevelSizesCut:
+            return "the file ends within its levels";
+        case KtxRefusal::LevelIndexCut:
+            return "the file ends within its level index";
+        case KtxRefusal::DescriptorCut:
+            return "the file ends before its data format descriptor";
+        case KtxRefusal::LevelTooLong:
+            return "level 0 has 4 GiB or more";
+        case KtxRefusal::LevelCut:
+            return "level 0 has " + std::to_string(facts.levelBytes) + " bytes, the file holds " +
+                   std::to_string(facts.presentBytes) + " of them";
+        case KtxRefusal::NoDecoder:
+            return Ktx_DescribeFormat(facts) + " is not decoded";
+        case KtxRefusal::NotCompressed:
+            return std::string(facts.glType == 0 ? "glType" : "glFormat") +
+                   " 0 means compressed, but " + Ktx_GetFormatName(facts) + " is not";
+        case KtxRefusal::TooShort:
+            return Ktx_ExplainShortLevel(facts);
+        case KtxRefusal::TooLarge:
+            return "its image takes 4 GiB or more";
+        case KtxRefusal::HeaderCut:
+        case KtxRefusal::BigEndian:
+        case KtxRefusal::Endianness:
+        case KtxRefusal::None:
+            break;
+    }
+    return {};
+}
+
+std::string Ktx_ExplainFailure(const TextureFile& file) {
+    if (!file.ktx) return {};
+    switch (file.ktx->refusal) {
+        case KtxRefusal::HeaderCut:
+            return kHeaderIsCut;
+        case KtxRefusal::BigEndian:
+            return "it is big-endian";
+        case KtxRefusal::Endianness:
+            return "its endianness field names no byte order";
+        default:
+            break;
+    }
+    return file.ktx->facts ? Ktx_ExplainFailure(file.ktx->refusal, *file.ktx->facts) : "";
+}
+
+std::string Ktx_DescribeOddity(KtxOddity oddity, const KtxFacts& facts) {
+    const std::string format = Ktx_GetFormatName(facts);
+    switch (oddity) {
+        case KtxOddity::Empty:
+            return "level 0 is empty; the picture is black";
+        case KtxOddity::ShortBlocks:
+            return Ktx_ExplainShortLevel(facts) + "; the picture is black";
+        case KtxOddity::TwoChannels:
+        case KtxOddity::NoConversion:
+            return format + " has no conversion to RGB; the picture is black";
+        case KtxOddity::RawSamples:
+            return "the bytes of " + format +
+                   "'s 16-bit samples are shown as they are; "
+                   "the picture means nothing";
+        case KtxOddity::Sheared:
+            return "pictures of " + format + " are sheared unless their width is a multiple of 4";
+        case KtxOddity::BlocksAsPixels:
+            return "glType and glFormat are not 0, so the blocks of " + format +
+                   " are shown as pixels; the picture means nothing";
+        case KtxOddity::WideChannels:
+            return "the channels of " + format + " are not scaled to 8 bits; the colors are wrong";
+        case KtxOddity::Swapped:
+            return "its pixels are stored as B, G, R; red and blue are swapped";
+        case KtxOddity::UpsideDown:
+            return "its rows run upwards (" + Text_MakePrintable(facts.orientation) +
+                   "); the picture is upside down";
+    }
+    return {};
+}
+
 std::string Diagnosis_FindReason(const TextureFile& file) {
     switch (file.container) {
         case Container::Astc:
             return Astc_ExplainFailure(file);
         case Container::Ktx1:
         case Container::Ktx2:
+            return Ktx_ExplainFailure(file);
         case Container::WrappedKtx:
-            return "this version reads no KTX files";
+            return "this version reads no QOZM-wrapped KTX files";
         case Container::Pvr3:
         case Container::PvrLegacy:
             return "this version reads no PVR files";
@@ -74,14 +202,15 @@ std::string Diagnosis_ExplainFailure(const TextureFile& file) {
     return reason.empty() ? "cannot be decoded" : "cannot be decoded: " + reason;
 }
 
-std::string Diagnosis_FindWarning(const TextureFile& file) {
-    if (file.container != Container::Astc) return {};
-    const auto sizes = Container_ReadAstcSizes(file.head);
-    if (!sizes) return {};
-    const Footprint footprint{sizes->blockWidth, sizes->blockHeight, sizes->blockDepth};
-    if (std::ranges::find(kAstcFootprints, footprint) != kAstcFootprints.end()) return {};
-    // The library gives transparent black for such a file instead of a failure.
-    return "ASTC has no " + Container_GetFootprint(*sizes) + " blocks; the picture is empty";
+std::vector<std::string> Diagnosis_FindWarnings(const TextureFile& file) {
+    std::vector<std::string> warnings;
+    if (auto warning = Astc_FindWarning(file)) warnings.push_back(*std::move(warning));
+    if (file.ktx && file.ktx->facts) {
+        for (const KtxOddity oddity : file.ktx->oddities) {
+            warnings.push_back(Ktx_DescribeOddity(oddity, *file.ktx->facts));
+        }
+    }
+    return warnings;
 }
 
 }  // namespace koru_host

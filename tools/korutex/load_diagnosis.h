@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "texture_loader.h"
 
@@ -10,12 +11,13 @@ namespace koru_host {
 
 // What is said of the containers that have no reader is said here and in Diagnosis_ExplainFailure.
 inline constexpr const char* kMissingReadersNote =
-    "This version reads ASTC files. KTX and PVR files are recognised, but do not load yet.";
+    "This version reads ASTC and KTX files. PVR files and QOZM-wrapped KTX files are recognised,\n"
+    "but do not load yet.";
 
 /// Why the library refused the file: "cannot be decoded", with the reason where it is known.
 std::string Diagnosis_ExplainFailure(const TextureFile& file);
 
-/// What a file that loads does not show in its picture; mostly empty.
-std::string Diagnosis_FindWarning(const TextureFile& file);
+/// What is odd about the picture of a file that loads, one line each; mostly nothing.
+std::vector<std::string> Diagnosis_FindWarnings(const TextureFile& file);
 
 }  // namespace koru_host

@@ -26,11 +26,11 @@ constexpr std::uint64_t kMaxFileBytes = 0xFFFFFFFF;
     Texture_FailToRead(path, {code, std::generic_category()});
 }
 
-std::vector<std::uint8_t> Texture_ReadBytes(const fs::path& path, std::size_t maxBytes) {
+std::vector<std::uint8_t> Texture_ReadBytes(const fs::path& path, std::uint64_t maxBytes) {
     errno = 0;
     std::ifstream stream(path, std::ios::binary);
     if (!stream) Texture_FailToRead(path);
-    std::vector<std::uint8_t> bytes(maxBytes);
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(maxBytes));
     stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(maxBytes));
     if (stream.bad()) Texture_FailToRead(path);
     bytes.resize(static_cast<std::size_t>(stream.gcount()));
@@ -62,6 +62,22 @@ Loaders Texture_GetLoaders(Container container) {
     return {};
 }
 
+bool Texture_IsKtx(Container container) {
+    return container == Container::Ktx1 || container == Container::Ktx2;
+}
+
+/// KTX files are read here: levels and key/value data, which diagnoses look at, may lie anywhere.
+/// The library opens the other files itself.
+ImageHandle Texture_Call(TextureFile& file, const Loaders& loaders) {
+    const auto name = Texture_IsKtx(file.container) ? std::nullopt : Paths_ToLibrary(file.path);
+    if (name) return ImageHandle(loaders.fromFile(name->c_str(), KORU_FLAG_RGBA));
+
+    const auto bytes = Texture_ReadBytes(file.path, file.fileBytes);
+    if (Texture_IsKtx(file.container)) file.ktx = Ktx_Inspect(bytes);
+    return ImageHandle(
+        loaders.fromMemory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), KORU_FLAG_RGBA));
+}
+
 }  // namespace
 
 TextureFile Texture_Open(const fs::path& path) {
@@ -83,21 +99,14 @@ TextureFile Texture_Open(const fs::path& path) {
     return file;
 }
 
-ImageHandle Texture_Load(const TextureFile& file) {
+ImageHandle Texture_Load(TextureFile& file) {
     const Loaders loaders = Texture_GetLoaders(file.container);
     if (loaders.fromFile == nullptr) {
         throw FileError(file.path, "is not an ASTC, KTX or PVR file");
     }
     if (file.fileBytes > kMaxFileBytes) throw FileError(file.path, "is 4 GiB or larger");
 
-    ImageHandle image;
-    if (const auto name = Paths_ToLibrary(file.path)) {
-        image.reset(loaders.fromFile(name->c_str(), KORU_FLAG_RGBA));
-    } else {
-        const auto bytes = Texture_ReadBytes(file.path, static_cast<std::size_t>(file.fileBytes));
-        image.reset(loaders.fromMemory(bytes.data(), static_cast<std::uint32_t>(bytes.size()),
-                                       KORU_FLAG_RGBA));
-    }
+    ImageHandle image = Texture_Call(file, loaders);
     if (image == nullptr || image->pixels == nullptr) {
         throw FileError(file.path, Diagnosis_ExplainFailure(file));
     }

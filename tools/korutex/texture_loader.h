@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "container_probe.h"
+#include "ktx_inspection.h"
 
 namespace koru_host {
 
@@ -23,12 +25,14 @@ struct TextureFile {
     std::uint64_t fileBytes = 0;
     std::vector<std::uint8_t> head;  ///< the first kContainerProbeBytes, or the whole file
     Container container = Container::Unknown;
+    std::optional<KtxInspection> ktx;  ///< of a KTX file, once Texture_Load has read it
 };
 
 /// Throws FileError when there is no such readable file. Any content will do.
 TextureFile Texture_Open(const std::filesystem::path& path);
 
-/// Loads the image as RGBA: then the result depends on no earlier load. Throws FileError.
-ImageHandle Texture_Load(const TextureFile& file);
+/// Loads the image as RGBA: then the result depends on no earlier load. Throws FileError;
+/// `file.ktx` is there also when the library refuses the file.
+ImageHandle Texture_Load(TextureFile& file);
 
 }  // namespace koru_host

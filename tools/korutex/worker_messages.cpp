@@ -41,6 +41,7 @@ class MessageReader {
     }
     std::filesystem::path TakePath() { return Paths_FromText(TakeText()); }
 
+    bool HasMore() const { return isComplete_ && !rest_.empty(); }
     bool IsComplete() const { return isComplete_ && rest_.empty(); }
 
   private:
@@ -89,7 +90,7 @@ Message Message_FromOutcome(const ConvertOutcome& outcome) {
     Message_AppendNumber(message, outcome.height);
     Message_AppendText(message, Paths_ToText(outcome.failedFile));
     Message_AppendText(message, outcome.reason);
-    Message_AppendText(message, outcome.warning);
+    for (const std::string& warning : outcome.warnings) Message_AppendText(message, warning);
     return message;
 }
 
@@ -101,7 +102,7 @@ std::optional<ConvertOutcome> Message_ToOutcome(std::span<const std::uint8_t> me
     outcome.height = reader.TakeNumber();
     outcome.failedFile = reader.TakePath();
     outcome.reason = reader.TakeText();
-    outcome.warning = reader.TakeText();
+    while (reader.HasMore()) outcome.warnings.push_back(reader.TakeText());
     if (!reader.IsComplete()) return std::nullopt;
     return outcome;
 }
