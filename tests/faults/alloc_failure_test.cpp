@@ -112,8 +112,8 @@ TEST_F(AllocationFailure, OfEveryWayOfKtx) {
         {"ETC, three components", Ktx2Builder().Format(147).Level(grey).Build(), 138, 5},
         {"ETC, no payload", Ktx2Builder().Format(147).Build(), 0, 3},
         {"ASTC",
-         Ktx2Builder().Format(157).Level(AstcBuilder().Solid({6, 5, 4, 3}).GetPayload()).Build(),
-         6, 5},
+         Ktx2Builder().Format(157).Level(AstcBuilder().Solid({6, 5, 4, 3}).GetPayload()).Build(), 6,
+         5},
         {"ASTC, refused", Ktx2Builder().Format(157).Level(Bytes(15, 0)).Build(), 0, 5},
     };
     for (const Case& test : cases) {
