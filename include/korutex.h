@@ -76,8 +76,8 @@ typedef uint_least16_t KORU_Char;
  * Load flags, or-ed together; other bits are ignored.
  *
  * KORU_FLAG_HEADER_ONLY  The record gets its sizes but no pixels (`pixels` is NULL). The image is
- *                        still decoded: the load fails exactly when a full load would. The record
- *                        describes the RGB layout even if KORU_FLAG_RGBA is set as well.
+ *                        still decoded: the load fails exactly when a full RGB load would. The
+ *                        record describes that layout even if KORU_FLAG_RGBA is set as well.
  * KORU_FLAG_RGBA         Pixels are R, G, B, A, 4 bytes each. Without it: R, G, B, 3 bytes each.
  *                        Alpha is 255 where the image has none.
  */
@@ -163,17 +163,18 @@ KORU_API KORU_Image* KORU_Load_ASTC_From_Memory(const uint8_t* data, uint32_t si
  *             raw bytes of its 16-bit samples as grey, EAC RG11 opaque black.
  *   ASTC      every two-dimensional block footprint, LDR; sRGB forms as they are stored. A payload
  *             that is shorter than its blocks gives a record of opaque black.
- *   packed    8-bit RGB and RGBA (also sRGB, SNORM and integer, by their raw bytes), base formats
- *             of one component as grey, GL_RGB565, GL_RGB5, GL_RGB5_A1, GL_RGBA4, GL_RGB10_A2,
- *             GL_R11F_G11F_B10F and GL_RGB9_E5.
+ *   packed    8-bit RGB and RGBA (also sRGB, SNORM and integer, by their raw bytes, and BGR and
+ *             BGRA as if they were RGB and RGBA), base formats of one component as grey,
+ *             GL_LUMINANCE_ALPHA as opaque black, GL_RGB565, GL_RGB5, GL_RGB5_A1, GL_RGBA4,
+ *             GL_RGB10_A2, GL_R11F_G11F_B10F and GL_RGB9_E5.
  * No color space is converted. KTX 1.1 files of the other byte order and KTX 2.0 files with
  * supercompression are refused.
  *
  * Rows of packed pixels are taken as padded to 4 bytes, in KTX 2.0, too. The payload must hold at
  * least width * components bytes for each of them, padded, one byte for a component, even where
  * pixels are packed into fewer: a 16-bit image of exactly its size is therefore refused.
- * Three-component blocks (ETC1, ETC2 RGB, sRGB DXT1) come out sheared if width * 3 is not a
- * multiple of 4.
+ * An ETC or EAC image without any payload is a record of opaque black, too. Three-component blocks
+ * (ETC1, ETC2 RGB, sRGB DXT1) come out sheared if width * 3 is not a multiple of 4.
  *
  * Rows come in file order: "KTXorientation" is read and not applied.
  *

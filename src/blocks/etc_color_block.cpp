@@ -9,6 +9,7 @@
 namespace koru {
 namespace {
 
+// clang-format off
 // Layouts, bit 63 on top. Bits marked "-" carry no color: they make the sum overflow that selects
 // the mode. Bit 33 is the differential or the opaque flag. Parts of a field are written [high:low].
 //
@@ -19,14 +20,13 @@ namespace {
 //   T             - 63..61  R1[3:2] 60..59  - 58  R1[1:0] 57..56  G1 55..52  B1 51..48
 //                 R2 47..44  G2 43..40  B2 39..36  distance 35..34 and 32
 //   H             - 63  R1 62..59  G1[3:1] 58..56  - 55..53  G1[0] 52  B1[3] 51  - 50
-//   B1[2:0] 49..47
-//                 R2 46..43  G2 42..39  B2 38..35  distance[2:1] 34 and 32
+//                 B1[2:0] 49..47  R2 46..43  G2 42..39  B2 38..35  distance[2:1] 34 and 32
 //   planar        - 63  RO 62..57  GO[6] 56  - 55  GO[5:0] 54..49  BO[5] 48  - 47..45
 //                 BO[4:3] 44..43  - 42  BO[2:0] 41..39  RH[5:1] 38..34  RH[0] 32
 //                 GH 31..25  BH 24..19  RV 18..13  GV 12..6  BV 5..0
 //
-// All but planar: pixel k = 4 * x + y has the low bit of its index in bit k, the high one in 16 +
-// k.
+// All but planar: pixel k = 4 * x + y has its index in bits k (low) and 16 + k (high).
+// clang-format on
 
 enum class Mode { Individual, Differential, T, H, Planar };
 

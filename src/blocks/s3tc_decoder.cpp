@@ -6,6 +6,7 @@
 
 #include "blocks/block_image.h"
 #include "blocks/block_texels.h"
+#include "core/bytes.h"
 
 namespace koru {
 namespace {
@@ -32,14 +33,6 @@ constexpr std::uint32_t GetBlockBytes(S3tcMode mode) noexcept {
     return 0;
 }
 
-/// The `Count` bytes at `bytes`, little-endian.
-template <unsigned Count>
-std::uint64_t LoadLe(const std::uint8_t* bytes) noexcept {
-    std::uint64_t value = 0;
-    for (unsigned i = 0; i < Count; ++i) value |= std::uint64_t{bytes[i]} << 8 * i;
-    return value;
-}
-
 constexpr std::uint8_t Low8(unsigned value) noexcept { return static_cast<std::uint8_t>(value); }
 
 // Color: 5:6:5 end colors, a palette of four.
@@ -50,9 +43,9 @@ struct ColorBlock {
 };
 
 ColorBlock ReadColorBlock(const std::uint8_t* bytes) noexcept {
-    return {.color0 = static_cast<std::uint16_t>(LoadLe<2>(bytes)),
-            .color1 = static_cast<std::uint16_t>(LoadLe<2>(bytes + 2)),
-            .indices = static_cast<std::uint32_t>(LoadLe<4>(bytes + 4))};
+    return {.color0 = static_cast<std::uint16_t>(Bytes_LoadLeAt<2>(bytes)),
+            .color1 = static_cast<std::uint16_t>(Bytes_LoadLeAt<2>(bytes + 2)),
+            .indices = Bytes_LoadLeAt<4>(bytes + 4)};
 }
 
 constexpr Rgba8 ExpandRgb565(unsigned color) noexcept {
@@ -94,7 +87,7 @@ void WriteColors(const std::uint8_t* bytes, S3tcMode mode, BlockTexels& texels) 
 // Explicit alpha.
 
 void WriteExplicitAlpha(const std::uint8_t* bytes, BlockTexels& texels) noexcept {
-    const std::uint64_t alphas = LoadLe<8>(bytes);
+    const std::uint64_t alphas = Bytes_LoadLeAt<8>(bytes);
     for (std::size_t i = 0; i < texels.size(); ++i)
         texels[i].a = Low8((alphas >> 4 * i & 15) * 17u);
 }
@@ -107,7 +100,7 @@ struct ChannelBlock {
 };
 
 ChannelBlock ReadChannelBlock(const std::uint8_t* bytes) noexcept {
-    return {.end0 = bytes[0], .end1 = bytes[1], .indices = LoadLe<6>(bytes + 2)};
+    return {.end0 = bytes[0], .end1 = bytes[1], .indices = Bytes_LoadLeAt<6>(bytes + 2)};
 }
 
 /// Value number i of the straight line from `end0` (1) to `end1` (steps + 1), truncated.

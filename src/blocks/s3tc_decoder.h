@@ -17,12 +17,12 @@ enum class S3tcMode : std::uint32_t {
 
 /// Decodes one image. 1, always.
 ///
-/// destination    width * height * bytesPerPixel bytes of the caller; rows packed, top row first,
-///                a pixel is the first bytesPerPixel bytes of R, G, B, A.
-/// source         S3tc_GetPayloadBytes(mode, width, height) bytes: blocks row by row, left to
-/// right. mode           A number without a format reads nothing and makes every byte 255. reserved
-/// Not read. bytesPerPixel  1 to 4, though readers ask for 3 and 4 only; other values write
-/// nothing.
+/// - destination: width * height * bytesPerPixel bytes of the caller; rows packed, top row first,
+///   a pixel is the first bytesPerPixel bytes of R, G, B, A.
+/// - source: S3tc_GetPayloadBytes(mode, width, height) bytes, blocks row by row, left to right.
+/// - mode: a number without a format reads nothing and makes every byte 255.
+/// - reserved: not read.
+/// - bytesPerPixel: 1 to 4, though readers ask for 3 and 4 only; other values write nothing.
 std::uint32_t S3tc_DecodeImage(std::uint8_t* destination, const std::uint8_t* source, S3tcMode mode,
                                std::uint64_t reserved, std::uint32_t width, std::uint32_t height,
                                std::int32_t bytesPerPixel) noexcept;

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <span>
+#include <type_traits>
 
 namespace koru {
 
@@ -27,6 +28,15 @@ template <std::size_t Offset, std::size_t N>
 constexpr std::uint64_t Bytes_LoadLe64(std::span<const std::uint8_t, N> bytes) noexcept {
     static_assert(Offset + 8 <= N, "field lies outside the header");
     return Bytes_LoadLe32<Offset>(bytes) | std::uint64_t{Bytes_LoadLe32<Offset + 4>(bytes)} << 32;
+}
+
+/// Loads `Count` bytes at a place that the caller has checked.
+template <std::size_t Count>
+constexpr auto Bytes_LoadLeAt(const std::uint8_t* bytes) noexcept {
+    static_assert(Count >= 1 && Count <= 8);
+    std::conditional_t<(Count > 4), std::uint64_t, std::uint32_t> value = 0;
+    for (std::size_t i = 0; i < Count; ++i) value |= decltype(value){bytes[i]} << 8 * i;
+    return value;
 }
 
 template <std::size_t Offset, std::size_t N>

@@ -6,12 +6,13 @@
 #include <limits>
 #include <utility>
 
+#include "core/bytes.h"
 #include "formats/gl_codes.h"
 
 namespace koru {
 namespace {
 
-struct Rgba8 {
+struct Channels {
     std::uint8_t r = 0, g = 0, b = 0, a = 255;
 };
 
@@ -24,14 +25,6 @@ template <unsigned Shift, unsigned Bits>
 constexpr std::uint8_t ScaleField(std::uint32_t pixel) noexcept {
     constexpr std::uint32_t kFull = (1u << Bits) - 1u;
     return Low8((pixel >> Shift & kFull) * 255u / kFull);
-}
-
-constexpr std::uint32_t Load16(const std::uint8_t* p) noexcept {
-    return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8;
-}
-
-constexpr std::uint32_t Load32(const std::uint8_t* p) noexcept {
-    return Load16(p) | Load16(p + 2) << 16;
 }
 
 /// An unsigned float of 5 exponent and `MantissaBits` mantissa bits, times 255, truncated; the low
@@ -67,14 +60,14 @@ constexpr std::uint8_t ScaleMasked(std::uint32_t pixel, const ChannelLayout& lay
 struct ConvertGrey {
     static constexpr unsigned kBytes = 1;
     static constexpr bool kHasAlpha = false;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[0], p[0], 255}; }
+    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[0], p[0], 255}; }
 };
 
 struct ConvertRgb565 {
     static constexpr unsigned kBytes = 2;
     static constexpr bool kHasAlpha = true;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Load16(p);
+    Channels operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
         return {ScaleField<11, 5>(v), ScaleField<5, 6>(v), ScaleField<0, 5>(v), 255};
     }
 };
@@ -83,8 +76,8 @@ template <bool WithAlphaBit>
 struct ConvertRgb5 {
     static constexpr unsigned kBytes = 2;
     static constexpr bool kHasAlpha = true;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Load16(p);
+    Channels operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
         return {ScaleField<10, 5>(v), ScaleField<5, 5>(v), ScaleField<0, 5>(v),
                 WithAlphaBit ? ScaleField<15, 1>(v) : std::uint8_t{255}};
     }
@@ -94,32 +87,31 @@ struct ConvertRgb5 {
 struct ConvertRgba4 {
     static constexpr unsigned kBytes = 2;
     static constexpr bool kHasAlpha = true;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Load16(p);
+    Channels operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
         return {ScaleField<8, 4>(v), ScaleField<4, 4>(v), ScaleField<0, 4>(v),
                 ScaleField<12, 4>(v)};
     }
 };
 
-/// Pixels of a width or 16-bit format that has no conversion. Quirk: they repeat the channels of
-/// the pixel before, and before any pixel those are opaque black; blank instead of refused.
-template <unsigned Bytes>
-struct ConvertNone {
-    static constexpr unsigned kBytes = Bytes;
-    static constexpr bool kHasAlpha = Bytes == 2;
-    Rgba8 operator()(const std::uint8_t*) const noexcept { return {}; }
+/// 16-bit pixels of a format that has no conversion. Quirk: they repeat the channels of the pixel
+/// before, and before any pixel those are opaque black; blank instead of refused.
+struct ConvertNone16 {
+    static constexpr unsigned kBytes = 2;
+    static constexpr bool kHasAlpha = true;
+    Channels operator()(const std::uint8_t*) const noexcept { return {}; }
 };
 
 struct ConvertRgb8 {
     static constexpr unsigned kBytes = 3;
     static constexpr bool kHasAlpha = false;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], 255}; }
+    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], 255}; }
 };
 
 struct ConvertRgba8 {
     static constexpr unsigned kBytes = 4;
     static constexpr bool kHasAlpha = true;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], p[3]}; }
+    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], p[3]}; }
 };
 
 struct ConvertMasked {
@@ -127,8 +119,8 @@ struct ConvertMasked {
     static constexpr bool kHasAlpha = true;
     const ChannelLayout& layout;
     bool alphaByMask;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Load32(p);
+    Channels operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Bytes_LoadLeAt<4>(p);
         return {ScaleMasked(v, layout, 0), ScaleMasked(v, layout, 1), ScaleMasked(v, layout, 2),
                 alphaByMask ? ScaleMasked(v, layout, 3) : std::uint8_t{255}};
     }
@@ -138,8 +130,8 @@ struct ConvertSmallFloats {
     static constexpr unsigned kBytes = 4;
     static constexpr bool kHasAlpha = true;
     const ChannelLayout& layout;
-    Rgba8 operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Load32(p);
+    Channels operator()(const std::uint8_t* p) const noexcept {
+        const std::uint32_t v = Bytes_LoadLeAt<4>(p);
         const auto field = [&](std::size_t channel) {
             return (v & layout.masks[channel]) >> layout.shifts[channel];
         };
@@ -190,7 +182,7 @@ std::uint64_t WalkRows(const DecodeSurface& surface, const PackedPixels& source,
 }
 
 template <unsigned TargetBytes, bool WithAlpha>
-void StorePixel(std::uint8_t* target, const Rgba8& color) noexcept {
+void StorePixel(std::uint8_t* target, const Channels& color) noexcept {
     target[0] = color.r;
     target[1] = color.g;
     target[2] = color.b;
@@ -253,7 +245,7 @@ std::uint64_t Expand16(DecodeSurface& surface, const PackedPixels& source, std::
         case GL_RGBA4:
             return ExpandWith(surface, source, rowPadding, ConvertRgba4{}, missingAlpha);
         default:
-            return ExpandWith(surface, source, rowPadding, ConvertNone<2>{}, missingAlpha);
+            return ExpandWith(surface, source, rowPadding, ConvertNone16{}, missingAlpha);
     }
 }
 
@@ -287,7 +279,7 @@ std::uint64_t Expand32(DecodeSurface& surface, const PackedPixels& source, std::
                       missingAlpha);
 }
 
-/// Source widths without a conversion: channels stay opaque black.
+/// Source widths without a conversion, as 16-bit formats without one.
 std::uint64_t ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& source,
                                  std::uint64_t pixelBytes, std::uint64_t rowPadding,
                                  MissingAlpha missingAlpha) noexcept {
@@ -296,7 +288,7 @@ std::uint64_t ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& sou
     return WalkRows(surface, source, pixelBytes, rowPadding, [&](const RowSpan& row) {
         std::uint8_t* target = surface.pixels.Data() + row.target;
         for (std::uint64_t i = 0; i < row.pixelCount; ++i, target += surface.bytesPerPixel) {
-            store(target, Rgba8{});
+            store(target, Channels{});
         }
     });
 }

@@ -55,12 +55,7 @@ Ktx20Header Ktx_LoadHeader20(std::span<const std::uint8_t, kKtx20HeaderBytes> ra
             .faceCount = Bytes_LoadLe32<36>(raw),
             .levelCount = Bytes_LoadLe32<40>(raw),
             .supercompressionScheme = Bytes_LoadLe32<44>(raw),
-            .dfdByteOffset = Bytes_LoadLe32<48>(raw),
-            .dfdByteLength = Bytes_LoadLe32<52>(raw),
-            .kvdByteOffset = Bytes_LoadLe32<56>(raw),
-            .kvdByteLength = Bytes_LoadLe32<60>(raw),
-            .sgdByteOffset = Bytes_LoadLe64<64>(raw),
-            .sgdByteLength = Bytes_LoadLe64<72>(raw)};
+            .kvdByteLength = Bytes_LoadLe32<60>(raw)};
 }
 
 KtxHeaderFault Ktx_FindFault(const Ktx11Header& header) noexcept {

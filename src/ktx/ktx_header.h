@@ -35,6 +35,7 @@ struct Ktx11Header {
     std::uint32_t bytesOfKeyValueData = 0;
 };
 
+/// Without the offsets and lengths that are not read.
 struct Ktx20Header {
     std::uint32_t vkFormat = 0;
     std::uint32_t typeSize = 0;
@@ -45,12 +46,7 @@ struct Ktx20Header {
     std::uint32_t faceCount = 0;
     std::uint32_t levelCount = 0;
     std::uint32_t supercompressionScheme = 0;
-    std::uint32_t dfdByteOffset = 0;
-    std::uint32_t dfdByteLength = 0;
-    std::uint32_t kvdByteOffset = 0;
     std::uint32_t kvdByteLength = 0;
-    std::uint64_t sgdByteOffset = 0;
-    std::uint64_t sgdByteLength = 0;
 };
 
 /// The fields as they are; nothing is checked, also not the identifier.

@@ -348,6 +348,15 @@ TEST_P(EtcFormats, SrgbNeedsSupport) {
     }
 }
 
+TEST_P(EtcFormats, AnyNonZeroByteSupportsSrgb) {
+    const Bytes blocks = Test_RandomBytes(GetParam().blockBytes, 3);
+    for (const auto supported : std::to_array<std::uint8_t>({1, 2, 128, 255})) {
+        Outputs outputs;
+        EXPECT_EQ(outputs.Decode(blocks.data(), GetParam().code, 4, 4, supported), kEtcSuccess)
+            << int{supported};
+    }
+}
+
 TEST_P(EtcFormats, EmptyImagesReportTheirFormat) {
     for (const auto& [width, height] : {std::pair{0u, 0u}, {0u, 9u}, {9u, 0u}, {0u, 0xFFFFFFFFu}}) {
         Outputs outputs;

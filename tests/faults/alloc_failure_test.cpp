@@ -238,9 +238,24 @@ TEST(PeakMemory, OfAKtxLoadIsPayloadAndRecord) {
     EXPECT_LE(MeasureKtxLoad(packed, KORU_FLAG_RGBA), kRecord + kSmall);
 }
 
+// As of an ".astc" file: the codec decodes into the record's pixels.
+TEST(PeakMemory, OfAnAstcLoadFromKtxIsPayloadRecordAndContext) {
+    constexpr std::size_t kPayload = 512 * 512 * 16, kRecord = 4096 * 4096 * 4, kMebibyte = 1 << 20;
+    const Bytes file = Ktx2Builder()
+                           .Format(171)  // 8 x 8
+                           .Size(4096, 4096)
+                           .Level(AstcBuilder().Solid({1, 2, 3, 4}, 512 * 512).GetPayload())
+                           .Build();
+    const std::size_t context = MeasureContextBytes();
+    EXPECT_LE(MeasureKtxLoad(file, KORU_FLAG_RGBA), kPayload + kRecord + context + kMebibyte);
+}
+
 TEST(PeakMemory, OfAShortKtxFileStaysSmall) {
     for (const Bytes& file :
-         {Ktx1Builder().Compressed(0x83F3).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
+         {Ktx1Builder().Compressed(0x8C4C).Size(16383, 16383).Level(Bytes(8, 0)).Build(),
+          Ktx1Builder().Compressed(0x9274).Size(16383, 16383).Level(Bytes(8, 0)).Build(),
+          Ktx1Builder().Compressed(0x9270).Size(16383, 16383).Level(Bytes(8, 0)).Build(),
+          Ktx1Builder().Compressed(0x83F3).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
           Ktx1Builder().Compressed(0x9278).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
           Ktx1Builder().Uncompressed(0x8058).Size(16383, 16383).Level(Bytes(16, 0)).Build(),
           Ktx1Builder().Uncompressed(0x8058).Level({1, 2, 3}, 0xFFFFFFFF).Build(),

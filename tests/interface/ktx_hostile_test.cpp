@@ -377,7 +377,7 @@ TEST(KtxHostileNoise, BehindTheIdentifiers) {
     }
 }
 
-TEST(KtxHostileSizes, HugeImagesOfLittleDataTakeNoMemory) {
+TEST(KtxHostileSizes, HugeImagesOfLittleDataAreRefused) {
     // 16384 x 16384 pixels, a gigabyte, but not without the payload.
     for (const std::uint32_t gl : {0x83F1u, 0x83F3u, 0x8C4Cu, 0x9274u, 0x9278u, 0x9270u}) {
         for (const std::size_t size : {std::size_t{1}, std::size_t{8}, std::size_t{4096}}) {

@@ -48,9 +48,41 @@ void Put(Bytes& bytes, Ktx1Field field, std::uint32_t value) {
 using KtxDecoder = KtxStateTest;
 
 TEST_F(KtxDecoder, NeedsAName) {
-    SourceBuffer source = Test_Borrow(kFourBytes);
-    EXPECT_EQ(Ktx_DecodeKtx11(source, nullptr, {}), 0);
-    EXPECT_EQ(Ktx_DecodeKtx20(source, nullptr, {}), 0);
+    const Bytes bytes(28, 0);  // a level index entry and a descriptor's size
+    for (const KORU_Char* name : {kName, static_cast<const KORU_Char*>(nullptr)}) {
+        SourceBuffer source = Test_Borrow(bytes);
+        EXPECT_EQ(Ktx_DecodeKtx11(source, name, {}), name != nullptr ? 1 : 0);
+        source = Test_Borrow(bytes);
+        EXPECT_EQ(Ktx_DecodeKtx20(source, name, {}), name != nullptr ? 1 : 0);
+    }
+}
+
+// The gate decides what is compressed, not the header a second time.
+TEST_F(KtxDecoder, TakesFromTheFlagWhetherTheFormatIsCompressed) {
+    const Bytes level{64, 0, 0, 0};
+    Bytes bytes = level;
+    bytes.resize(4 + 64, 7);
+    const Ktx11Header header{.endianness = 0x04030201,
+                             .glType = 0,
+                             .glTypeSize = 1,
+                             .glFormat = 0,
+                             .glInternalFormat = kRgba8,
+                             .glBaseInternalFormat = 0x1908,
+                             .pixelWidth = 4,
+                             .pixelHeight = 4,
+                             .pixelDepth = 0,
+                             .numberOfArrayElements = 0,
+                             .numberOfFaces = 1,
+                             .numberOfMipmapLevels = 1,
+                             .bytesOfKeyValueData = 0};
+    g_ktxCompressed = true;
+    SourceBuffer source = Test_Borrow(bytes);
+    EXPECT_EQ(Ktx_DecodeKtx11(source, kName, header), 1);
+    EXPECT_FALSE(surface_.pixels) << "no such block format";
+    g_ktxCompressed = false;
+    source = Test_Borrow(bytes);
+    EXPECT_EQ(Ktx_DecodeKtx11(source, kName, header), 1);
+    EXPECT_EQ(GetPixels(), Bytes(64, 7));
 }
 
 // --- Orientation -----------------------------------------------------------------------------
@@ -196,6 +228,21 @@ TEST_F(KtxDecoder, EveryFourComponentWaySetsTheFlag) {
     }
     g_ktxState.surface.reservedB = 0;
     ASSERT_EQ(Read(Packed11(kRgba8, Bytes(64, 1))), 1);
+    EXPECT_EQ(surface_.reservedB, 1u);
+}
+
+TEST_F(KtxDecoder, PreparingZeroesPaddingAndTheUnusedWord) {
+    g_ktxState.surface.rowPadding = 5;
+    g_ktxState.surface.reservedD = 6;
+    ReadCompressed(kEtc2Rgb, kEight);
+    EXPECT_EQ(surface_.rowPadding, 0u);
+    EXPECT_EQ(surface_.reservedD, 0u);
+}
+
+// The flag is set before the sizes are judged.
+TEST_F(KtxDecoder, AFourComponentImageTooLargeForItsSurfaceSetsTheFlag) {
+    EXPECT_EQ(Read(Ktx1Builder().Compressed(kEtc2Rgba).Size(0x8000, 0x8000).Level({}).Build()), 0);
+    EXPECT_FALSE(surface_.pixels);
     EXPECT_EQ(surface_.reservedB, 1u);
 }
 
