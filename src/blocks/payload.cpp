@@ -5,7 +5,6 @@
 
 #include "blocks/etc_decoder.h"
 #include "blocks/payload_size.h"
-#include "core/byte_buffer.h"
 #include "core/bytes.h"
 #include "formats/gl_formats.h"
 
@@ -30,19 +29,18 @@ bool PrepareSurface(const PayloadTarget& target, std::uint32_t componentCount) n
     return true;
 }
 
-/// Prepares the surface and gives it decoded components of 8 bits each.
-int TakeDecoded(const PayloadTarget& target, ByteBuffer decoded, std::uint32_t decodedSize,
-                std::uint32_t componentCount) noexcept {
-    if (!PrepareSurface(target, componentCount)) return 0;
-    return Expand_TakePixels(target.surface, std::move(decoded), decodedSize, 8 * componentCount,
-                             kPlainLayout, target.member);
-}
-
 bool IsTooShort(const LevelEntry& level, std::optional<std::uint32_t> neededBytes) noexcept {
     return !neededBytes || level.byteSize < *neededBytes;
 }
 
 }  // namespace
+
+int Payload_TakeDecoded(const PayloadTarget& target, ByteBuffer decoded, std::uint32_t decodedSize,
+                        std::uint32_t componentCount) noexcept {
+    if (!PrepareSurface(target, componentCount)) return 0;
+    return Expand_TakePixels(target.surface, std::move(decoded), decodedSize, 8 * componentCount,
+                             kPlainLayout, target.member);
+}
 
 int Payload_MakeBlank(const PayloadTarget& target, std::uint32_t componentCount) noexcept {
     if (!PrepareSurface(target, componentCount)) return 0;
@@ -71,7 +69,7 @@ int Payload_DecodeS3tc(const PayloadTarget& target, const LevelEntry& level, S3t
     S3tc_DecodeImage(decoded.Data(), level.data.Data(), mode, 0, target.width, target.height,
                      static_cast<std::int32_t>(componentCount));
     // Four bytes a pixel count as decoded, whatever the component count.
-    return TakeDecoded(target, std::move(decoded), rgbaSize->dataSize, componentCount);
+    return Payload_TakeDecoded(target, std::move(decoded), rgbaSize->dataSize, componentCount);
 }
 
 int Payload_DecodeEtc(const PayloadTarget& target, const LevelEntry& level,
@@ -94,7 +92,7 @@ int Payload_DecodeEtc(const PayloadTarget& target, const LevelEntry& level,
     // where it has a component count, and as opaque black where it has none, as RG11 always does.
     const auto size = Size_GetPacked(level.levelWidth, level.levelHeight, componentCount);
     if (!size) return 0;
-    return TakeDecoded(target, std::move(decoded), size->dataSize, componentCount);
+    return Payload_TakeDecoded(target, std::move(decoded), size->dataSize, componentCount);
 }
 
 int Payload_DecodeAstc(const PayloadTarget& target, const LevelEntry& level,
@@ -106,7 +104,7 @@ int Payload_DecodeAstc(const PayloadTarget& target, const LevelEntry& level,
     switch (Astc_DecodeBlocks({level.data.Data(), level.byteSize}, target.width, target.height,
                               footprint, decoded.Data())) {
         case AstcDecodeResult::Decoded:
-            return TakeDecoded(target, std::move(decoded), size->dataSize, kRgbaBytes);
+            return Payload_TakeDecoded(target, std::move(decoded), size->dataSize, kRgbaBytes);
         case AstcDecodeResult::Refused:
             decoded.Reset();
             return Payload_MakeBlank(target, kRgbaBytes);

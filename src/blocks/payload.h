@@ -6,6 +6,7 @@
 
 #include "astc/astc_codec.h"
 #include "blocks/s3tc_decoder.h"
+#include "core/byte_buffer.h"
 #include "core/channel_layout.h"
 #include "core/decode_surface.h"
 #include "core/level_table.h"
@@ -28,6 +29,12 @@ enum class EtcComponents { OfFormat, OfInternalFormat };
 // Each of the following gives the surface its layout and its pixels: 1. Without memory, or where
 // sizes do not fit 32 bits: 0. A payload that is too short: 1, and the surface stays as it was.
 // A surface is 32-bit for four components, and once it was for every later image.
+
+/// Decoded components of 8 bits each, rows packed; they may become the surface's pixels. Of
+/// `decodedSize` bytes that count, those that the buffer does not hold read as 0.
+[[nodiscard]] int Payload_TakeDecoded(const PayloadTarget& target, ByteBuffer decoded,
+                                      std::uint32_t decodedSize,
+                                      std::uint32_t componentCount) noexcept;
 
 /// Opaque black.
 [[nodiscard]] int Payload_MakeBlank(const PayloadTarget& target,
