@@ -152,7 +152,8 @@ KORU_API KORU_Image* KORU_Load_ASTC_From_File(const KORU_Char* path, uint32_t fl
 KORU_API KORU_Image* KORU_Load_ASTC_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
 
 /**
- * Loads a KTX 1.1 or KTX 2.0 file of the Khronos Group.
+ * Loads a KTX 1.1 or KTX 2.0 file of the Khronos Group, or one in a "QOZM" wrapper: chunks of
+ * LZ4-compressed bytes, wrapped up to eight times.
  *
  * Decoded formats, by their GL internal format or the VkFormat that corresponds to it:
  *   S3TC      DXT1, DXT3, DXT5 and their sRGB forms. GL_COMPRESSED_RGB_S3TC_DXT1_EXT is refused.
@@ -198,10 +199,29 @@ KORU_API KORU_Image* KORU_Load_KTX_From_File(const KORU_Char* path, uint32_t fla
 KORU_API KORU_Image* KORU_Load_KTX_From_Memory(const uint8_t* data, uint32_t size, uint32_t flags);
 
 /**
- * Loads a PVR file. This version has no PVR reader: the result is NULL.
+ * Loads a PVR file with the version-3 header or the legacy header of 52 bytes ("PVR!" at offset
+ * 44).
+ *
+ * Decoded formats:
+ *   PVRTC     version 1, 2 and 4 bits per pixel, sizes that are powers of two.
+ *   S3TC      DXT1 without its alpha, DXT3, DXT5; arithmetic as in KTX.
+ *   ETC       ETC1 and ETC2 RGB, RGBA and punch-through alpha. EAC R11 and RG11 give opaque black.
+ *   packed    legacy: 8-bit RGBA and RGB. Version 3: channels of 8,8,8,8 and 8,8,8 bits,
+ * 10,10,10,2, 11,11,10 (as four raw bytes), 4,4,4,4, 5,6,5, 5,5,5 and 5,5,5,1. Channel names give
+ *             their number only: BGRA bytes come out as if they were RGBA.
+ * Color space, premultiplied alpha and channel type are not looked at.
+ *
+ * The payload of packed pixels must hold at least width * channels bytes for each row, padded to 4,
+ * one byte for a channel even where pixels are packed into fewer: a 16-bit image of exactly its
+ * size is therefore refused. Three-component blocks (ETC1, ETC2 RGB, DXT1) come out sheared if
+ * width * 3 is not a multiple of 4.
+ *
+ * Rows come in file order: orientation metadata and the flipped flag are read and not applied.
  *
  * Sticky: once a four-component PVR image was loaded, later PVR loads decode into a 32-bit working
- * image; see the top of this file.
+ * image; see the top of this file. It shows where packed pixels hold a fourth channel that their
+ * names do not count ('r','g','b' with 8,8,8,8 bits, say): their alpha comes out from then on,
+ * and is 255 before.
  *
  * @param path   The file, zero-terminated UTF-16.
  * @param flags  KORU_FLAG_* values.
@@ -236,19 +256,24 @@ KORU_API KORU_Image* KORU_Load_PVR_From_Memory(const uint8_t* data, uint32_t siz
 KORU_API int32_t KORU_Write_ASTC_To_File(const KORU_Char* path, KORU_Image* image);
 
 /**
- * Writes a KTX file. This version has no KTX writer: the result is 0 and no file is created.
+ * Writes a KTX 1.1 file: one level of GL_RGB or GL_RGBA bytes, as the record has them, rows top to
+ * bottom ("KTXorientation" S=r,T=d). KORU_Load_KTX_From_File reads it back.
  *
- * @param path   The file, zero-terminated UTF-16.
- * @param image  The image to write.
- * @return       1 for success, 0 for failure.
+ * @param path   The file, zero-terminated UTF-16; an existing one is replaced.
+ * @param image  A 24-bit image is repacked in place, once the file is open, to rows of a multiple
+ *               of 4 bytes: `stride`, `rowPadding` and `dataSize` follow, and `pixels` is then
+ *               another buffer.
+ * @return       1 for success, 0 for failure. A dataSize of 0 is a failure at the last step unless
+ *               repacking filled the rows with zeros.
  */
 KORU_API int32_t KORU_Write_KTX_To_File(const KORU_Char* path, KORU_Image* image);
 
 /**
- * Writes a PVR file. This version has no PVR writer: the result is 0 and no file is created.
+ * Writes 52 zero bytes in place of a PVR header, the 32-bit size of the pixels, and the pixels. No
+ * PVR reader opens such a file, nor does KORU_Load_PVR_From_File.
  *
- * @param path   The file, zero-terminated UTF-16.
- * @param image  The image to write.
+ * @param path   The file, zero-terminated UTF-16; an existing one is replaced.
+ * @param image  A 24-bit image is repacked in place as by KORU_Write_KTX_To_File.
  * @return       1 for success, 0 for failure.
  */
 KORU_API int32_t KORU_Write_PVR_To_File(const KORU_Char* path, KORU_Image* image);

@@ -11,7 +11,9 @@
 #include "core/write_sequence.h"
 #include "korutex.h"
 #include "ktx/ktx_reader.h"
+#include "ktx/ktx_writer.h"
 #include "pvr/pvr_reader.h"
+#include "pvr/pvr_writer.h"
 
 // The record's layout is the interface: 64-bit hosts were compiled against it.
 static_assert(sizeof(void*) == 8);
@@ -80,11 +82,11 @@ int32_t KORU_Write_ASTC_To_File(const KORU_Char* path, KORU_Image* image) {
 }
 
 int32_t KORU_Write_KTX_To_File(const KORU_Char* path, KORU_Image* image) {
-    return WriteFile(path, image, nullptr);
+    return WriteFile(path, image, koru::Ktx_WriteImage);
 }
 
 int32_t KORU_Write_PVR_To_File(const KORU_Char* path, KORU_Image* image) {
-    return WriteFile(path, image, nullptr);
+    return WriteFile(path, image, koru::Pvr_WriteImage);
 }
 
 void KORU_Delete_Image(KORU_Image* image) { koru::Image_Delete(image); }

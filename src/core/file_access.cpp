@@ -1,6 +1,9 @@
 #include "core/file_access.h"
 
+#include <array>
 #include <limits>
+
+#include "core/bytes.h"
 
 #if !defined(_WIN32)
 #include <sys/types.h>
@@ -110,6 +113,12 @@ bool File_Read(std::FILE* file, std::span<std::uint8_t> bytes) noexcept {
 bool File_Write(std::FILE* file, std::span<const std::uint8_t> bytes) noexcept {
     // An item of no bytes is none; the stream may not see the null pointer of an empty span.
     return !bytes.empty() && std::fwrite(bytes.data(), bytes.size(), 1, file) == 1;
+}
+
+bool File_WriteLe32(std::FILE* file, std::uint32_t value) noexcept {
+    std::array<std::uint8_t, 4> bytes{};
+    Bytes_StoreLe32<0>(std::span<std::uint8_t, 4>(bytes), value);
+    return File_Write(file, bytes);
 }
 
 }  // namespace koru

@@ -33,4 +33,7 @@ enum class FileMode { Read, Write };
 /// Writes the span as one item. An empty span writes no item and is therefore false.
 [[nodiscard]] bool File_Write(std::FILE* file, std::span<const std::uint8_t> bytes) noexcept;
 
+/// Writes a little-endian 32-bit word as one item.
+[[nodiscard]] bool File_WriteLe32(std::FILE* file, std::uint32_t value) noexcept;
+
 }  // namespace koru

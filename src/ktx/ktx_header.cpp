@@ -14,8 +14,6 @@ constexpr Identifier kKtx11Identifier{0xAB, 0x4B, 0x54, 0x58, 0x20, 0x31,
 constexpr Identifier kKtx20Identifier{0xAB, 0x4B, 0x54, 0x58, 0x20, 0x32,
                                       0x30, 0xBB, 0x0D, 0x0A, 0x1A, 0x0A};
 
-constexpr std::uint32_t kNativeEndianness = 0x04030201;
-
 constexpr bool IsTypeSize(std::uint32_t size) noexcept {
     return size == 1 || size == 2 || size == 4;
 }
@@ -58,8 +56,28 @@ Ktx20Header Ktx_LoadHeader20(std::span<const std::uint8_t, kKtx20HeaderBytes> ra
             .kvdByteLength = Bytes_LoadLe32<60>(raw)};
 }
 
+std::array<std::uint8_t, kKtx11HeaderBytes> Ktx_StoreHeader11(const Ktx11Header& header) noexcept {
+    std::array<std::uint8_t, kKtx11HeaderBytes> raw{};
+    std::ranges::copy(kKtx11Identifier, raw.begin());
+    const std::span<std::uint8_t, kKtx11HeaderBytes> fields(raw);
+    Bytes_StoreLe32<12>(fields, header.endianness);
+    Bytes_StoreLe32<16>(fields, header.glType);
+    Bytes_StoreLe32<20>(fields, header.glTypeSize);
+    Bytes_StoreLe32<24>(fields, header.glFormat);
+    Bytes_StoreLe32<28>(fields, header.glInternalFormat);
+    Bytes_StoreLe32<32>(fields, header.glBaseInternalFormat);
+    Bytes_StoreLe32<36>(fields, header.pixelWidth);
+    Bytes_StoreLe32<40>(fields, header.pixelHeight);
+    Bytes_StoreLe32<44>(fields, header.pixelDepth);
+    Bytes_StoreLe32<48>(fields, header.numberOfArrayElements);
+    Bytes_StoreLe32<52>(fields, header.numberOfFaces);
+    Bytes_StoreLe32<56>(fields, header.numberOfMipmapLevels);
+    Bytes_StoreLe32<60>(fields, header.bytesOfKeyValueData);
+    return raw;
+}
+
 KtxHeaderFault Ktx_FindFault(const Ktx11Header& header) noexcept {
-    if (header.endianness != kNativeEndianness) return KtxHeaderFault::Endianness;
+    if (header.endianness != kKtxNativeEndianness) return KtxHeaderFault::Endianness;
     if (!IsTypeSize(header.glTypeSize)) return KtxHeaderFault::TypeSize;
     if (header.pixelWidth == 0) return KtxHeaderFault::Width;
     if (header.pixelHeight == 0) return KtxHeaderFault::Height;

@@ -1,6 +1,7 @@
 // The fixed headers of KTX 1.1 and KTX 2.0 files (Khronos KTX File Format Specification).
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -12,6 +13,8 @@ inline constexpr std::size_t kKtx20HeaderBytes = 80;
 
 /// The first four bytes of both identifiers: AB 4B 54 58.
 inline constexpr std::uint32_t kKtxMagic = 0x58544BAB;
+
+inline constexpr std::uint32_t kKtxNativeEndianness = 0x04030201;
 
 enum class KtxVersion { None, Ktx11, Ktx20 };
 
@@ -54,6 +57,10 @@ struct Ktx20Header {
     std::span<const std::uint8_t, kKtx11HeaderBytes> raw) noexcept;
 [[nodiscard]] Ktx20Header Ktx_LoadHeader20(
     std::span<const std::uint8_t, kKtx20HeaderBytes> raw) noexcept;
+
+/// The header with its identifier, as a file begins.
+[[nodiscard]] std::array<std::uint8_t, kKtx11HeaderBytes> Ktx_StoreHeader11(
+    const Ktx11Header& header) noexcept;
 
 /// The first rule that a header breaks.
 enum class KtxHeaderFault {

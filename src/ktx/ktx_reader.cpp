@@ -1,8 +1,12 @@
 #include "ktx/ktx_reader.h"
 
+#include <optional>
+#include <utility>
+
 #include "core/bytes.h"
 #include "ktx/ktx_decoder.h"
 #include "ktx/ktx_header.h"
+#include "ktx/ktx_wrapper.h"
 
 namespace koru {
 namespace {
@@ -23,16 +27,17 @@ int DecodeFile20(SourceBuffer& source, const KORU_Char* name) {
     return Ktx_DecodeKtx20(source, name, header) != 0 ? 1 : 0;
 }
 
-}  // namespace
-
-int Ktx_ReadContainer(SourceBuffer& source, const KORU_Char* name) {
-    if (name == nullptr) return 0;
+/// The word at the offset, which stays.
+std::optional<std::uint32_t> PeekMagic(SourceBuffer& source) noexcept {
     const std::uint32_t start = source.offset;
     const auto magic = Source_Take<4>(source);
-    if (!magic) return 0;
-    if (Bytes_LoadLe32<0>(*magic) != kKtxMagic) return 0;
+    if (!magic) return std::nullopt;
     Source_Seek(source, start);
+    return Bytes_LoadLe32<0>(*magic);
+}
 
+int ReadPlainFile(SourceBuffer& source, const KORU_Char* name) {
+    if (PeekMagic(source) != kKtxMagic) return 0;
     const auto raw = Source_Take<kKtx11HeaderBytes>(source);
     if (!raw) return 0;
     const KtxVersion version = Ktx_IdentifyVersion(*raw);
@@ -41,6 +46,33 @@ int Ktx_ReadContainer(SourceBuffer& source, const KORU_Char* name) {
     g_ktxVersion = version;
     return version == KtxVersion::Ktx11 ? DecodeFile11(source, name, Ktx_LoadHeader11(*raw))
                                         : DecodeFile20(source, name);
+}
+
+/// Opens wrapper after wrapper. Only the bytes of two are in memory at a time.
+int ReadWrappedFile(SourceBuffer& source, const KORU_Char* name) {
+    ByteBuffer joined = Ktx_JoinChunks(source);
+    if (!joined) return 0;
+    // Owned bytes stay the loader's to free.
+    source.data = nullptr;
+    source.offset = 0;
+    source.size = 0;
+    SourceBuffer inner = Source_Borrow(joined.Data(), joined.Size());
+    for (int wrapper = 1; PeekMagic(inner) == kKtxWrapperMagic; ++wrapper) {
+        ByteBuffer next = wrapper < kKtxMaxWrappers ? Ktx_JoinChunks(inner) : ByteBuffer();
+        if (!next) return 1;
+        joined = std::move(next);
+        inner = Source_Borrow(joined.Data(), joined.Size());
+    }
+    static_cast<void>(ReadPlainFile(inner, name));
+    return 1;
+}
+
+}  // namespace
+
+int Ktx_ReadContainer(SourceBuffer& source, const KORU_Char* name) {
+    if (name == nullptr) return 0;
+    return PeekMagic(source) == kKtxWrapperMagic ? ReadWrappedFile(source, name)
+                                                 : ReadPlainFile(source, name);
 }
 
 }  // namespace koru

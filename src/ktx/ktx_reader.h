@@ -10,6 +10,9 @@ namespace koru {
 /// image into the KTX surface: 1 or 0. A KTX 1.1 file is read where it stands.
 /// Quirk: a KTX 2.0 file is read from the start of the buffer, wherever its identifier was found;
 /// one that stands elsewhere is not what is read.
+///
+/// A wrapped file is opened first; the source is then left without data. Quirk: that gives 1
+/// whatever the file inside is, as soon as there is one; the surface tells whether it was decoded.
 [[nodiscard]] int Ktx_ReadContainer(SourceBuffer& source, const KORU_Char* name);
 
 inline constexpr ContainerFormat kKtxFormat{

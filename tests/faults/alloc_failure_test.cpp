@@ -16,6 +16,8 @@
 #include "koru_image_ptr.h"
 #include "ktx_builder.h"
 #include "test_files.h"
+#include "test_records.h"
+#include "wrapper_builder.h"
 
 namespace {
 
@@ -126,6 +128,75 @@ TEST_F(AllocationFailure, OfEveryWayOfKtx) {
                 },
                 flags == KORU_FLAG_RGBA ? test.atLeast : 3, test.firstByte);
         }
+    }
+}
+
+// Joined bytes besides, for each wrapper.
+TEST_F(AllocationFailure, OfWrappedKtx) {
+    const Bytes file = Ktx1Builder().Uncompressed(0x8056).Level(Bytes(64, 0x77)).Build();
+    for (const int depth : {1, 2, 8}) {
+        SCOPED_TRACE(depth);
+        const Bytes wrapped = Test_WrapDeep(file, depth);
+        const auto joinedBuffers = static_cast<std::size_t>(depth);
+        for (const std::uint32_t flags : {KORU_FLAG_RGBA, 0u, KORU_FLAG_HEADER_ONLY}) {
+            FailEach(
+                [&] {
+                    return KORU_Load_KTX_From_Memory(
+                        wrapped.data(), static_cast<std::uint32_t>(wrapped.size()), flags);
+                },
+                joinedBuffers + 4, 0x77);
+        }
+        Test_WriteFile(folder_ / "wrapped.ktx", wrapped);
+        const KoruPath path = Test_ToKoruPath(folder_ / "wrapped.ktx");
+        FailEach([&] { return KORU_Load_KTX_From_File(path.c_str(), KORU_FLAG_RGBA); },
+                 joinedBuffers + 7, 0x77);
+    }
+}
+
+// A path or a stream without memory is a file that cannot be opened; rows that cannot be aligned
+// are written as they are.
+TEST_F(AllocationFailure, OfAWriteOfRows) {
+    struct Writer {
+        const char* name;
+        std::int32_t (*write)(const KORU_Char*, KORU_Image*);
+        std::size_t sizeOffset;
+    };
+    for (const Writer& writer :
+         {Writer{"ktx", KORU_Write_KTX_To_File, 92}, Writer{"pvr", KORU_Write_PVR_To_File, 52}}) {
+        SCOPED_TRACE(writer.name);
+        const auto target = folder_ / writer.name;
+        const KoruPath path = Test_ToKoruPath(target);
+        const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
+        int refused = 0, unaligned = 0;
+        for (std::size_t n = 1;; ++n) {
+            SCOPED_TRACE(n);
+            std::filesystem::remove(target);
+            const auto image = Test_MakeRecord(1, 2, 0);
+            ASSERT_NE(image, nullptr);
+            const KORU_Image before = *image;
+            HeapFaults_Arm(n);
+            const std::int32_t result = writer.write(path.c_str(), image.get());
+            if (HeapFaults_Disarm() < n) {
+                EXPECT_EQ(result, 1);
+                EXPECT_EQ(image->stride, 4u);
+                break;
+            }
+            Test_ExpectUntouched(*image, before);
+            EXPECT_EQ(Test_GetPixels(*image), Test_CountUp(6));
+            EXPECT_EQ(std::filesystem::exists(target), result == 1);
+            ++(result == 1 ? unaligned : refused);
+            if (result == 1) {
+                const Bytes file = Test_ReadFile(target);
+                EXPECT_EQ(Test_Slice(file, writer.sizeOffset, file.size()),
+                          Bytes({6, 0, 0, 0, 1, 2, 3, 4, 5, 6}));
+            }
+            // The next call works.
+            EXPECT_EQ(writer.write(path.c_str(), image.get()), 1);
+            EXPECT_EQ(Test_GetPixels(*image), Bytes({1, 2, 3, 0, 4, 5, 6, 0}));
+        }
+        EXPECT_GE(refused, 2) << "the path, the stream";
+        EXPECT_EQ(unaligned, 1);
+        EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
     }
 }
 
@@ -265,6 +336,80 @@ TEST(PeakMemory, OfAShortKtxFileStaysSmall) {
               .Entry(0, Ktx2Entry::ByteLength, 0xFFFFFFFF)
               .Build()}) {
         EXPECT_LT(MeasureKtxLoad(file, KORU_FLAG_RGBA), 4096u);
+    }
+}
+
+// The bytes of two wrappers at a time, or of the last one and the payload.
+TEST(PeakMemory, OfAWrappedKtxLoadIsTwoBuffers) {
+    constexpr std::size_t kPixels = 512 * 512 * 4, kSmall = 32 << 10;
+    const Bytes file =
+        Ktx1Builder().Uncompressed(0x8058).Size(512, 512).Level(Bytes(kPixels, 1)).Build();
+    for (const int depth : {1, 2, 5}) {
+        EXPECT_LE(MeasureKtxLoad(Test_WrapDeep(file, depth), KORU_FLAG_RGBA), 2 * kPixels + kSmall)
+            << depth;
+    }
+}
+
+TEST(PeakMemory, OfAWrapperWithoutChunksStaysSmall) {
+    Bytes file = WrapperBuilder().Store(kFile).Build();
+    for (const std::uint32_t count : {3u, 0x10000u, 0x80000000u, 0xFFFFFFFFu}) {
+        Test_PokeLe(file, 4, count, 4);
+        EXPECT_LT(MeasureKtxLoad(file, 0), 4096u) << count;
+    }
+    // Many told, none there.
+    Bytes table = WrapperBuilder().ToldCount(1 << 17).Build();
+    table.resize(8 + (8 << 17));
+    EXPECT_LT(MeasureKtxLoad(table, 0), 4096u);
+}
+
+/// Loads in a process of its own; the memory that this took, in bytes. `isRight` of a load that
+/// gave no picture of the file is false.
+std::size_t MeasureResidentBytes(const Bytes& file, bool* isRight) {
+    int channel[2] = {};
+    EXPECT_EQ(pipe(channel), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        rusage before{}, after{};
+        getrusage(RUSAGE_SELF, &before);
+        const KORU_Image* image =
+            KORU_Load_KTX_From_Memory(file.data(), static_cast<std::uint32_t>(file.size()), 2);
+        getrusage(RUSAGE_SELF, &after);
+        const long kibibytes = after.ru_maxrss - before.ru_maxrss;
+        const bool written = write(channel[1], &kibibytes, sizeof kibibytes) == sizeof kibibytes;
+        _exit(written && image != nullptr && image->pixels[0] == 7 ? 0 : 1);
+    }
+    close(channel[1]);
+    long kibibytes = -1;
+    EXPECT_EQ(read(channel[0], &kibibytes, sizeof kibibytes),
+              static_cast<ssize_t>(sizeof kibibytes));
+    close(channel[0]);
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    *isRight = status == 0;
+    return static_cast<std::size_t>(kibibytes) << 10;
+}
+
+// Room that no block fills is asked for and not touched. A page may be a huge one.
+TEST(PeakMemory, OfAWrapperThatPromisesMoreIsNotTouched) {
+    if (std::getenv("MALLOC_PERTURB_") != nullptr) {
+        GTEST_SKIP() << "this heap writes to all that it gives";
+    }
+    constexpr std::size_t kHugePages = 3 * (2 << 20);
+    const Bytes file = Ktx1Builder().Uncompressed(0x8058).Level(Bytes(64, 7)).Build();
+    const Bytes block = Test_StoreInLz4(file);
+    bool isRight = false;
+    EXPECT_LT(MeasureResidentBytes(WrapperBuilder().Block(block, 64 << 20).Build(), &isRight),
+              kHugePages);
+    EXPECT_TRUE(isRight);
+    // More than LZ4 can count, and the most that fits the size fields.
+    for (const std::uint32_t size : {0x80000000u, 0xFFFFFFFFu}) {
+        void* room = calloc(std::size_t{size} + 4096, 1);
+        free(room);
+        if (room == nullptr) GTEST_SKIP() << "this machine has no room to promise";
+        EXPECT_LT(MeasureResidentBytes(WrapperBuilder().Block(block, size).Build(), &isRight),
+                  kHugePages);
+        EXPECT_TRUE(isRight) << size;
     }
 }
 

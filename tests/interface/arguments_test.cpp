@@ -107,14 +107,4 @@ TEST(KoruLifecycle, InitAndExitMayBeCalledInAnyOrder) {
 
 TEST(KoruDeleteImage, TakesNull) { KORU_Delete_Image(nullptr); }
 
-TEST(KoruWriters, KtxAndPvrGiveZeroAndNoFileYet) {
-    TempFolder folder;
-    Bytes pixels;
-    KORU_Image image = Test_BorrowRgba(1, 1, pixels);
-    for (auto write : {KORU_Write_KTX_To_File, KORU_Write_PVR_To_File}) {
-        EXPECT_EQ(write(Test_ToKoruPath(folder / "written").c_str(), &image), 0);
-        EXPECT_FALSE(std::filesystem::exists(folder / "written"));
-    }
-}
-
 }  // namespace
