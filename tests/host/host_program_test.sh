@@ -125,16 +125,19 @@ run --help
 check "--help succeeds" [ "$rc" = 0 ]
 check "--help names the commands" eval 'contains "$out" convert && contains "$out" info'
 check "--help has examples" contains "$out" "Examples:"
-check "--help says what does not load" \
-    contains "$out" "PVR files and QOZM-wrapped KTX files are recognised,"
+check "--help names what it reads" contains "$out" "(ASTC, KTX, PVR)"
 help=$out
 run
 check "no arguments: help, exit code 2" result 2 "$help" ""
 run convert --help
 check "convert --help" eval '[ "$rc" = 0 ] && contains "$out" --rgb && contains "$out" --jobs'
-check "no example of what does not load" eval '! contains "$help$out" .pvr'
+check "it tells of all outputs" eval 'contains "$out" "  .ktx " && contains "$out" "  .pvr " &&
+    contains "$out" ".astc      fails" && contains "$out" --to'
+check "it tells when a path is an output" contains "$out" "a file that exists is always an input"
 check "examples of all that loads" \
-    eval 'contains "$help$out" .astc && contains "$help$out" .ktx && contains "$help$out" .ktx2'
+    eval 'for ending in .astc .ktx .ktx2 .pvr .png; do
+        contains "$help" "$ending" && contains "$out" "$ending" || exit 1
+    done'
 check "the worker mode is hidden" eval '! contains "$help$out" worker'
 run info --help
 check "info --help" eval '[ "$rc" = 0 ] && contains "$out" --json'
@@ -152,7 +155,7 @@ run convert a.astc -o ''
 check "-o with an empty name" usage_error "-o"
 run convert a.astc -o -
 check "-o -" usage_error "cannot write to standard output"
-for ending in .png folder/.tga .PPM; do
+for ending in .png folder/.tga .PPM .ktx; do
     run convert a.astc -o "$ending"
     check "-o $ending" usage_error "lacks a name before the ending"
 done
@@ -164,9 +167,15 @@ for count in x -1 1.5 100000; do
     check "-j $count" usage_error "--jobs"
 done
 run convert a.astc -o a.jpg
-check "unknown picture format" usage_error ".png, .ppm or .tga"
+check "unknown picture format" usage_error ".png, .ppm, .tga, .ktx or .pvr"
 run convert a.astc b.astc -o both.png
 check "one picture for two inputs" usage_error "more than one input"
+run convert a.astc b.astc -o both.ktx
+check "one texture for two inputs" usage_error "more than one input"
+run convert a.astc --to jpg
+check "--to an unknown format" usage_error "--to"
+run convert a.astc --to ktx -o a.png
+check "--to and an output of another format" usage_error "does not end in .ktx"
 echo text >plain
 run convert a.astc b.astc -o plain
 check "-o is a file and not a folder" usage_error "not a folder"
@@ -375,18 +384,10 @@ for entry in "${containers[@]}"; do
     check "info knows ${entry%%|*}" \
         eval '[ "$rc" = 1 ] && contains "$out" "container  ${entry%%|*}"'
 done
-for file in ktx1 ktx2; do
+for file in ktx1 ktx2 wrapped pvr3 pvr2; do
     run convert "$file"
     check "$file: nothing but an identifier" \
         bad_file "$file" "cannot be decoded: its header is cut off"
-done
-run convert wrapped
-check "no reader yet: wrapped KTX" \
-    bad_file wrapped "cannot be decoded: this version reads no QOZM-wrapped KTX files"
-for file in pvr3 pvr2; do
-    run convert "$file"
-    check "no reader yet: $file" \
-        bad_file "$file" "cannot be decoded: this version reads no PVR files"
 done
 
 valid_json() {
@@ -408,13 +409,12 @@ check "its blocks" contains "$out" '"blockFootprint": "6x6"'
 check "it loads" contains "$out" '"loads": true'
 check "no error, no warning" \
     eval 'contains "$out" "\"error\": null" && contains "$out" "\"warning\": null"'
-no_pvr="this version reads no PVR files"
 run info --json missing.astc a.astc pvr3
 check "info --json with bad files" eval '[ "$rc" = 1 ] && valid_json'
 check "their errors" eval 'contains "$out" "\"error\": \"no such file\"" &&
-    contains "$out" "\"error\": \"cannot be decoded: $no_pvr\"" && contains "$out" "\"loads\": false"'
+    contains "$out" "\"error\": \"cannot be decoded: its header is cut off\"" && contains "$out" "\"loads\": false"'
 check "one line for each bad file" [ "$err" = \
-    $'korutex: missing.astc: no such file\nkorutex: pvr3: cannot be decoded: '"$no_pvr"$'\n' ]
+    $'korutex: missing.astc: no such file\nkorutex: pvr3: cannot be decoded: its header is cut off\n' ]
 if ! $windows; then
     run info --json "$broken.astc"
     check "info --json of a name that is not UTF-8" eval '[ "$rc" = 0 ] && valid_json'
@@ -442,7 +442,7 @@ bad_input "no such file" missing.astc "no such file"
 bad_input "a file is no folder" a.astc/missing.astc "no such file"
 bad_input "a folder" folder.astc "is a directory"
 bad_input "an empty file" empty.astc "is empty"
-bad_input "another content" text.astc "is not an ASTC, KTX or PVR file"
+bad_input "another content" text.astc "is not an ASTC, KTX, PVR or PNG file"
 bad_input "a cut file" short.astc "cannot be decoded: holds 14 bytes of blocks, needs 2560"
 bad_input "a cut header" cut.astc "cannot be decoded: its header is cut off"
 bad_input "a width of 0" flat.astc "cannot be decoded: its size is 0 x 5"
@@ -512,11 +512,12 @@ run convert odd3.astc a.astc text.astc odd2.astc -o odd -j 3
 check "warnings of workers come in order" result 1 \
     $'odd3.astc -> odd/odd3.png (1x1)\na.astc -> odd/a.png (96x60)
 odd2.astc -> odd/odd2.png (1x1)\n3 converted, 1 failed\n' \
-    "${odd3_warning}korutex: text.astc: is not an ASTC, KTX or PVR file"$'\n'"$odd2_warning"
+    "${odd3_warning}korutex: text.astc: is not an ASTC, KTX, PVR or PNG file"$'\n'"$odd2_warning"
 
 # --- KTX files ---
 
 mkdir ktx
+made=ktx # where the functions below make their files
 le32() { # le32 NUMBER...: escapes of little-endian words
     local number
     for number; do
@@ -571,9 +572,9 @@ run convert ktx/a.ktx2
 check "KTX 2.0, ASTC blocks" good $'ktx/a.ktx2 -> ktx/a.png (96x60)\n'
 check "its pixels" "$compare" ktx/a.png a.ref.png
 shown() { # shown NAME FILE SIZE BYTES: the picture has these bytes, R, G, B for each pixel
-    ppm "$3" "$4" >ktx/expected.ppm
-    run convert "ktx/$2" -o ktx/shown.ppm
-    check "$1" eval '[ "$rc" = 0 ] && same_bytes ktx/shown.ppm ktx/expected.ppm'
+    ppm "$3" "$4" >expected.ppm
+    run convert "$made/$2" -o shown.ppm
+    check "$1" eval '[ "$rc" = 0 ] && [ -z "$err" ] && same_bytes shown.ppm expected.ppm'
 }
 { ktx1 $gl_byte 1 $gl_rgb $gl_rgb8 1 2 && words 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } \
     >ktx/rgb8.ktx
@@ -595,9 +596,9 @@ check_info() { # check_info NAME FILE TEXT...: these lines, then record, file an
     local name=$1 file=$2 lines
     shift 2
     lines=$(printf '  %s\n' "$@" "record     RGBA")
-    run info "ktx/$file"
+    run info "$made/$file"
     check "info: $name" eval '[ "$rc" = 0 ] && [ -z "$err" ] &&
-        contains "$out" "ktx/$file"$'\''\n'\''"$lines"'
+        contains "$out" "$made/$file"$'\''\n'\''"$lines"'
 }
 check_info "KTX 1.1, ASTC blocks" card.ktx "container  KTX 1.1" "size       97 x 61" \
     "format     GL_COMPRESSED_RGBA_ASTC_6x6_KHR" "data       ASTC 6x6 blocks"
@@ -637,7 +638,7 @@ for field in '"container": "KTX 2.0"' '"width": 96' '"depth": 0' '"levels": 1' \
     '"blockFootprint": "6x6"' '"orientation": null'; do
     check "... $field" contains "$out" "$field"
 done
-for file in a.astc missing.astc pvr3; do
+for file in a.astc missing.astc pvr3 wrapped a.png; do
     run info --json "$file"
     check "info --json: the same keys for $file" [ "$(keys)" = "$ktx_keys" ]
 done
@@ -645,7 +646,7 @@ check "info --json: some keys" [ "$(wc -w <<<"$ktx_keys")" -gt 10 ]
 
 # Each rule that refuses a file, in its words.
 refused() { # refused FILE REASON: standard input becomes the file
-    local file=ktx/$1 reason="cannot be decoded: $2"
+    local file=$made/$1 reason="cannot be decoded: $2"
     cat >"$file"
     run convert "$file" -o never.png
     check "convert: $1" bad_file "$file" "$reason"
@@ -743,7 +744,7 @@ check "no output of a refused file" [ ! -e never.png ]
 # What is odd about files that load. Standard input becomes the file; SIZE and BYTES are those of
 # ppm, empty BYTES are not compared.
 warned() { # warned FILE SIZE BYTES WARNING...
-    local file=ktx/$1 size=$2 pixels=$3 warnings='' joined='' text json=null
+    local file=$made/$1 size=$2 pixels=$3 warnings='' joined='' text json=null
     cat >"$file"
     shift 3
     for text; do
@@ -751,11 +752,11 @@ warned() { # warned FILE SIZE BYTES WARNING...
         joined+="${joined:+; }$text"
     done
     [ -z "$joined" ] || json="\"$joined\""
-    ppm "$size" "$pixels" >ktx/expected.ppm
-    run convert "$file" -o ktx/shown.ppm
+    ppm "$size" "$pixels" >expected.ppm
+    run convert "$file" -o shown.ppm
     check "convert warns of $# oddities: $file" \
-        result 0 "$file -> ktx/shown.ppm (${size/ /x})"$'\n' "$warnings"
-    [ -z "$pixels" ] || check "its picture" same_bytes ktx/shown.ppm ktx/expected.ppm
+        result 0 "$file -> shown.ppm (${size/ /x})"$'\n' "$warnings"
+    [ -z "$pixels" ] || check "its picture" same_bytes shown.ppm expected.ppm
     run info "$file"
     check "info warns, too" \
         eval '[ "$rc" = 0 ] && [ "$err" = "$warnings" ] && contains "$out" "loads      yes"'
@@ -853,7 +854,7 @@ ktx/rgba8.ktx2 -> ktx/serial/rgba8.png (2x1)
 ' "korutex: ktx/V-both: warning: pictures of VK_FORMAT_ETC2_R8G8B8_UNORM_BLOCK $sheared
 korutex: ktx/V-both: warning: its rows run upwards (ru)$upside
 korutex: ktx/K-float: cannot be decoded: uncompressed format GL_RGBA32F is not decoded
-korutex: text.astc: is not an ASTC, KTX or PVR file
+korutex: text.astc: is not an ASTC, KTX, PVR or PNG file
 korutex: ktx/K-rg11: warning: GL_COMPRESSED_RG11_EAC has no conversion to RGB; $is_black
 "
 check "its pixels" eval 'same_bytes ktx/serial/a.png a.png && same_bytes ktx/serial/b.png a.png &&
@@ -867,6 +868,504 @@ for jobs in 3 8; do
 done
 run convert ktx/a.ktx2 a.astc -o ktx/collide
 check "KTX and ASTC of one name" usage_error "both be written to"
+
+# --- PVR files ---
+
+mkdir pvr
+made=pvr
+# Names that begin with L are of legacy files, those with P of version 3.
+# legacy TYPE WIDTH HEIGHT DATABYTES [FLAGS MIPMAPS SURFACES]
+legacy() {
+    words 52 "$3" "$2" "${6:-0}" $(($1 | ${5:-0})) "$4" 32 0 0 0 0
+    bytes 'PVR!'
+    words "${7:-1}"
+}
+# pvr FORMAT WIDTH HEIGHT [METADATABYTES MIPMAPS FACES SURFACES DEPTH TYPE SPACE FLAGS]; FORMAT is
+# escapes of 8 bytes
+pvr() {
+    bytes "PVR\x03$(le32 "${11:-0}")$1"
+    words "${10:-0}" "${9:-0}" "$3" "$2" "${8:-1}" "${7:-1}" "${6:-1}" "${5:-1}" "${4:-0}"
+}
+number() { le32 "$1" 0; } # number FORMAT: a compressed format
+own='PVR\x03'             # the owner of the metadata keys
+rgba8='rgba\x08\x08\x08\x08' rgb8='rgb\x00\x08\x08\x08\x00'
+red_dxt='\x00\xf8\x00\x00\x00\x00\x00\x00'
+# Both colors are opaque red in 5:5:4 and 5:5:5, so that no modulation changes them.
+red_pvrtc='\x00\x00\x00\x00\x00\xfc\x00\xfc'
+red() { printf '\\xff\\x00\\x00%.0s' $(seq "$1"); } # red PIXELS
+
+{ legacy 18 1 2 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\x80'; } >pvr/L-rgba
+shown "legacy RGBA8888" L-rgba "1 2" '\x01\x02\x03\x04\x05\x06'
+{ ktx1 $gl_byte 1 $gl_rgba $gl_rgba8 1 2 && words 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\x80'; } \
+    >pvr/same.ktx
+run convert pvr/L-rgba pvr/same.ktx -o pvr/alpha
+check "its alpha" same_bytes pvr/alpha/L-rgba.png pvr/alpha/same.png
+{ legacy 21 1 2 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } >pvr/L-rgb
+shown "legacy RGB888: rows padded to 4 bytes" L-rgb "1 2" '\x01\x02\x03\x04\x05\x06'
+{ legacy 32 2 1 8 && bytes "$red_dxt"; } >pvr/L-dxt1
+shown "legacy DXT1" L-dxt1 "2 1" "$(red 2)"
+{ legacy 34 2 1 16 && bytes "\xff\xff\xff\xff\xff\xff\xff\xff$red_dxt"; } >pvr/L-dxt3
+shown "legacy DXT3" L-dxt3 "2 1" "$(red 2)"
+{ legacy 36 2 1 16 && bytes "\xff\xff\x00\x00\x00\x00\x00\x00$red_dxt"; } >pvr/L-dxt5
+shown "legacy DXT5" L-dxt5 "2 1" "$(red 2)"
+{ legacy 54 2 1 8 && zeros 8; } >pvr/L-etc1
+shown "legacy ETC1" L-etc1 "2 1" '\x02\x02\x02\x02\x02\x02'
+{ legacy 25 8 8 32 && bytes "$red_pvrtc$red_pvrtc$red_pvrtc$red_pvrtc"; } >pvr/L-pvrtc4
+shown "legacy PVRTC, 4 bits per pixel" L-pvrtc4 "8 8" "$(red 64)"
+{ legacy 24 16 8 32 && bytes "$red_pvrtc$red_pvrtc$red_pvrtc$red_pvrtc"; } >pvr/L-pvrtc2
+shown "legacy PVRTC, 2 bits per pixel" L-pvrtc2 "16 8" "$(red 128)"
+{ pvr "$rgba8" 2 1 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } >pvr/P-rgba
+shown "version 3, RGBA8888" P-rgba "2 1" '\x01\x02\x03\x04\x05\x06'
+{ pvr "$rgb8" 4 1 && bytes '\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c'; } >pvr/P-rgb
+shown "version 3, RGB888" P-rgb "4 1" '\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c'
+{ pvr "$(number 6)" 2 1 && zeros 8; } >pvr/P-etc1
+shown "version 3, ETC1" P-etc1 "2 1" '\x02\x02\x02\x02\x02\x02'
+{ pvr "$(number 7)" 2 1 && bytes "$red_dxt"; } >pvr/P-dxt1
+shown "version 3, DXT1" P-dxt1 "2 1" "$(red 2)"
+{ pvr "$(number 9)" 2 1 && bytes "\xff\xff\xff\xff\xff\xff\xff\xff$red_dxt"; } >pvr/P-dxt3
+shown "version 3, DXT3" P-dxt3 "2 1" "$(red 2)"
+{ pvr "$(number 11)" 2 1 && bytes "\xff\xff\x00\x00\x00\x00\x00\x00$red_dxt"; } >pvr/P-dxt5
+shown "version 3, DXT5" P-dxt5 "2 1" "$(red 2)"
+for format in 0 1 2 3; do
+    { pvr "$(number $format)" 16 16 &&
+        for i in {1..16}; do bytes "$red_pvrtc"; done; } >pvr/P-pvrtc
+    shown "version 3, PVRTC $format" P-pvrtc "16 16" "$(red 256)"
+done
+{ pvr "$rgba8" 1 1 20 && zeros 20 && bytes '\x01\x02\x03\xff'; } >pvr/P-metadata
+shown "metadata is stepped over" P-metadata "1 1" '\x01\x02\x03'
+
+# Pixels without alpha do not get any from an earlier file.
+{ pvr 'r\x00\x00\x00\x08\x08\x08\x08' 1 1 && bytes '\x01\x02\x03\x80'; } >pvr/P-stray
+run convert pvr/P-stray -o pvr/alone.png
+run convert pvr/P-rgba pvr/P-stray -o pvr/after
+check "the files before do not count" same_bytes pvr/after/P-stray.png pvr/alone.png
+
+check_info "legacy, packed pixels" L-rgba "container  PVR legacy" "size       1 x 2" \
+    "format     0x12 (RGBA8888)" "data       packed pixels" "payload    8 bytes" "flags      0x12"
+check_info "legacy, PVRTC blocks" L-pvrtc4 "container  PVR legacy" "size       8 x 8" \
+    "format     0x19 (PVRTC 4 bpp)" "data       PVRTC blocks" "payload    32 bytes" \
+    "flags      0x19"
+check_info "version 3, packed pixels" P-rgb "container  PVR version 3" "size       4 x 1" \
+    "format     rgb 8,8,8" "channels   unsigned byte, normalized" "colors     linear" \
+    "data       packed pixels" "payload    12 bytes"
+check_info "version 3, S3TC blocks" P-dxt1 "container  PVR version 3" "size       2 x 1" \
+    "format     7 (DXT1)" "channels   unsigned byte, normalized" "colors     linear" \
+    "data       S3TC blocks" "payload    8 bytes"
+{ legacy 54 4 4 50 0x8100 2 6 && zeros 50; } >pvr/L-many
+check_info "all numbers of a legacy file" L-many "container  PVR legacy" "size       4 x 4" \
+    "format     0x36 (ETC1)" "data       ETC blocks" "payload    50 bytes" "levels     3" \
+    "surfaces   6, the first is shown" "flags      0x8136"
+run info --json pvr/L-many
+check "info --json of a legacy file" eval '[ "$rc" = 0 ] && [ -z "$err" ] && valid_json'
+check "the same keys" [ "$(keys)" = "$ktx_keys" ]
+for field in '"container": "PVR legacy"' '"width": 4' '"height": 4' '"depth": null' '"levels": 3' \
+    '"faces": null' '"layers": 6' '"format": "0x36 (ETC1)"' '"way": "ETC blocks"' \
+    '"orientation": null' '"flags": 33078' '"mipMapCount": 2' '"dataSize": 50' '"pixelType": 54' \
+    '"formatNumber": null' '"name": "ETC1"' '"channelNames": null' '"colorSpace": null' \
+    '"metadataKey": null' '"wrappers": null' '"inside": null' '"loads": true' '"error": null'; do
+    check "... $field" contains "$out" "$field"
+done
+pvr_keys() { sed -n 's/^      "\([A-Za-z0-9]*\)":.*/\1/p' "$logs/out"; }
+legacy_keys=$(pvr_keys)
+{ pvr "$(number 22)" 4 4 15 3 6 2 1 12 1 2 && bytes "$own" && words 3 3 && zeros 3 &&
+    zeros 8; } >pvr/P-many
+check_info "all numbers of a version-3 file" P-many "container  PVR version 3" "size       4 x 4" \
+    "format     22 (ETC2 RGB)" "channels   float" "colors     sRGB" "data       ETC blocks" \
+    "payload    8 bytes" "levels     3" "faces      6, the first is shown" \
+    "surfaces   2, the first is shown" "flags      0x2" \
+    "metadata   15 bytes, the first key is 3 (orientation)"
+run info --json pvr/P-many
+check "info --json of version 3" eval '[ "$rc" = 0 ] && [ -z "$err" ] && valid_json'
+check "the same keys" [ "$(keys)" = "$ktx_keys" ]
+check "the same keys of PVR" [ "$(pvr_keys)" = "$legacy_keys" ]
+for field in '"container": "PVR version 3"' '"depth": 1' '"levels": 3' '"faces": 6' '"layers": 2' \
+    '"format": "22 (ETC2 RGB)"' '"flags": 2' '"pixelType": null' '"formatNumber": 22' \
+    '"name": "ETC2 RGB"' '"channelType": "float"' '"colorSpace": "sRGB"' '"metadataSize": 15' \
+    '"metadataKey": 3'; do
+    check "... $field" contains "$out" "$field"
+done
+run info --json pvr/P-rgb
+check "info --json of channels" eval 'contains "$out" "\"channelNames\": \"rgb\"" &&
+    contains "$(tr -d "\n " <"$logs/out")" "\"channelWidths\":[8,8,8,0]"'
+
+legacy 18 1 1 4 | head -c 51 | refused L-header-cut "its header is cut off"
+legacy 18 4 4 0 | refused L-no-data "its data size is 0"
+{ legacy 18 0 4 4 && zeros 4; } | refused L-width "its size is 0 x 4"
+{ legacy 18 4 0 4 && zeros 4; } | refused L-height "its size is 4 x 0"
+{ legacy 18 2 1 8 && zeros 7; } |
+    refused L-data-cut "its data has 8 bytes, the file holds 7 of them"
+{ legacy 0x17 4 4 32 && zeros 32; } |
+    refused L-ai88 "legacy pixel type 0x17 (AI88) is not decoded"
+{ legacy 0x13 4 4 99 && zeros 99; } |
+    refused L-rgb565 "legacy pixel type 0x13 (RGB565) is not decoded"
+{ legacy 0x0C 8 8 32 && zeros 32; } |
+    refused L-mgl "legacy pixel type 0x0C (PVRTC 2 bpp) is not decoded"
+{ legacy 14 4 4 64 && zeros 64; } | refused L-unknown "legacy pixel type 0x0E is not decoded"
+{ legacy 21 5 2 30 && zeros 30; } |
+    refused L-unpadded "its data has 30 bytes, the size test asks for 32"
+{ legacy 32 5 4 15 && zeros 15; } | refused L-short "its data has 15 bytes of blocks, needs 16"
+{ legacy 25 8 8 31 && zeros 31; } |
+    refused L-pvrtc-short "its data has 31 bytes of blocks, needs 32"
+{ legacy 18 65536 65536 4 && zeros 4; } | refused L-large "its image takes 4 GiB or more"
+pvr "$rgba8" 1 1 | head -c 51 | refused P-header-cut "its header is cut off"
+{ pvr "$rgba8" 1 1 30 && zeros 11; } |
+    refused P-metadata-cut "the file ends within its first metadata entry"
+{ pvr "$rgba8" 1 1 15 && bytes "$own" && words 3 3 && zeros 2; } |
+    refused P-orientation-cut "the file ends within its first metadata entry"
+{ pvr "$rgba8" 0 1 && zeros 4; } | refused P-width "its size is 0 x 1"
+{ pvr "$(number 6)" 4 0 && zeros 8; } | refused P-height "its size is 4 x 0"
+{ pvr "$(number 5)" 8 8 && zeros 32; } |
+    refused P-pvrtc2 "compressed format 5 (PVRTC-II 4 bpp) is not decoded"
+{ pvr "$(number 27)" 4 4 && zeros 16; } |
+    refused P-astc "compressed format 27 (ASTC 4x4) is not decoded"
+{ pvr "$(number 777)" 4 4 && zeros 16; } | refused P-unknown "compressed format 777 is not decoded"
+{ pvr 'la\x00\x00\x08\x08\x00\x00' 2 2 && zeros 8; } |
+    refused P-la "channel names 'la' have no channel count"
+{ pvr '\x00\x00\x00\x00\x08\x08\x08\x08' 2 2 && zeros 16; } |
+    refused P-no-names "channel names '' have no channel count"
+{ pvr 'rgba\x04\x04\x04\x04' 4 2 && zeros 16; } |
+    refused P-rgba4 "its data has 16 bytes, the size test asks for 32"
+pvr "$rgba8" 4 2 | refused P-no-data "its data has 0 bytes, the size test asks for 32"
+{ pvr "$(number 23)" 4 4 && zeros 15; } |
+    refused P-etc2-short "its data has 15 bytes of blocks, needs 16"
+pvr "$(number 6)" 65536 65536 | refused P-large "its image takes 4 GiB or more"
+run info pvr/P-la
+check "info shows the numbers of a refused file" contains "$out" "  size       2 x 2
+  format     la 8,8
+  channels   unsigned byte, normalized
+  colors     linear
+  payload    8 bytes
+  file       60 bytes
+  loads      no
+"
+{ pvr '\x1bg\x00\x00\x08\x08\x00\x00' 2 2 && zeros 8; } >pvr/P-control
+run info pvr/P-control
+check "channel names that would steer a terminal" eval 'contains "$err" "x1Bg'\'' have" &&
+    ! contains "$out$err" $'\''\e'\'''
+run convert pvr/L-dxt1 pvr/L-unknown -o pvr/after
+blocks_first=$err
+run convert pvr/L-rgba pvr/L-unknown -o pvr/after
+check "an unknown type after blocks and after pixels" [ "$err" = "$blocks_first" ]
+
+pvr "$(number 6)" 4 1 | warned P-etc1-empty "4 1" "$(black 4)" "it has no data; $is_black"
+{ pvr "$(number 6)" 4 1 99 && zeros 60; } |
+    warned P-metadata-long "4 1" "$(black 4)" "it has no data; $is_black"
+{ pvr "$(number 25)" 4 1 && zeros 8; } |
+    warned P-r11 "4 1" "$(black 4)" "25 (EAC R11) has no conversion to RGB; $is_black"
+{ pvr "$(number 26)" 4 1 && zeros 16; } |
+    warned P-rg11 "4 1" "$(black 4)" "26 (EAC RG11) has no conversion to RGB; $is_black"
+{ pvr 'rgba\x10\x10\x10\x10' 2 1 && bytes '\xff\xff\xff\xff\xff\xff\xff\xff' && zeros 8; } |
+    warned P-rgba16 "2 1" "$(black 2)" \
+        "rgba 16,16,16,16 has no conversion to RGB; $is_black"
+{ pvr 'l\x00\x00\x00\x08\x00\x00\x00' 4 1 && bytes '\xff\xff\xff\xff'; } |
+    warned P-l8 "4 1" "$(black 4)" "l 8 has no conversion to RGB; $is_black"
+{ pvr 'r\x00\x00\x00\x08\x08\x08\x08' 4 1 && bytes '\x01\x02\x03\x04\x05\x06\x07\x08'; } |
+    warned P-missing "4 1" '\x01\x02\x03\x05\x06\x07\x00\x00\x00\x00\x00\x00' \
+        "its data has 8 bytes, too few for all pixels; the rest is black"
+{ legacy 25 6 8 32 && zeros 32; } | warned L-pvrtc-6 "6 8" "" \
+    "PVRTC is for sizes that are powers of two; the picture is wrong"
+{ pvr "$(number 6)" 5 5 && zeros 32; } | warned P-etc1-5 "5 5" "" "pictures of 6 (ETC1) $sheared"
+{ legacy 32 5 5 32 && zeros 32; } | warned L-dxt1-5 "5 5" "" "pictures of 0x20 (DXT1) $sheared"
+{ pvr "$(number 23)" 5 5 && zeros 64; } | warned P-etc2-rgba-5 "5 5" ""
+padded="its rows are read as if they were padded to 4 bytes; if they are not, the picture is sheared"
+{ pvr "$rgb8" 1 2 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } |
+    warned P-padded "1 2" '\x01\x02\x03\x04\x05\x06'
+{ pvr "$rgb8" 1 2 && bytes '\x01\x02\x03\x04\x05\x06\x07\x08\x09'; } |
+    warned P-packed "1 2" '\x01\x02\x03\x05\x06\x07' "$padded"
+{ pvr "$(number 7)" 2 1 && bytes '\x00\x00\x00\x00\xff\xff\xff\xff'; } |
+    warned P-dxt1-clear "2 1" '\xff\xff\xff\xff\xff\xff' \
+        "DXT1 is decoded without alpha; its transparent pixels are white"
+{ pvr "$(number 7)" 2 1 && bytes '\x00\xf8\x00\x00\xff\xff\xff\xff'; } | warned P-dxt1-four "2 1" ""
+{ pvr 'rgb\x00\x0b\x0b\x0a\x00' 1 1 && bytes '\x01\x02\x03\x04'; } |
+    warned P-float "1 1" '\x01\x02\x03' \
+        "the bytes of rgb 11,11,10 floats are shown as they are; $means_nothing"
+{ pvr 'rgba\x0a\x0a\x0a\x02' 1 1 && zeros 4; } | warned P-rgb10 "1 1" "" \
+    "the channels of rgba 10,10,10,2 are not scaled to 8 bits; the colors are wrong"
+swapped="its pixels are stored as B, G, R; red and blue are swapped"
+{ pvr 'bgra\x08\x08\x08\x08' 1 1 && bytes '\x01\x02\x03\xff'; } |
+    warned P-bgra "1 1" '\x01\x02\x03' "$swapped"
+{ pvr 'bgr\x00\x08\x08\x08\x00' 1 1 && bytes '\x01\x02\x03\xff'; } |
+    warned P-bgr "1 1" '\x01\x02\x03' "$swapped"
+{ pvr 'rgbx\x08\x08\x08\x08' 1 1 && bytes '\x01\x02\x03\xff'; } |
+    warned P-rgbx "1 1" '\x01\x02\x03' "its unused channel x is taken for alpha"
+upwards="its rows run upwards; the picture is upside down"
+{ legacy 18 1 2 8 0x10000 && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } |
+    warned L-upwards "1 2" "$in_file_order" "$upwards"
+check "info names the direction" contains "$(tr -d '\n' <"$logs/out")" '"orientation": "up"'
+turned3() { # turned3 AXISBYTES: two pixels above each other, with an orientation
+    pvr "$rgba8" 1 2 15 && bytes "$own" && words 3 3 && bytes "$1" &&
+        bytes '\x01\x02\x03\xff\x04\x05\x06\xff'
+}
+turned3 '\x00\x01\x00' | warned P-upwards "1 2" "$in_file_order" "$upwards"
+turned3 '\x01\x00\x01' | warned P-downwards "1 2" "$in_file_order"
+{ pvr "$rgba8" 1 2 28 && bytes "$own" && words 6 1 && zeros 1 && bytes "$own" && words 3 3 &&
+    bytes '\x00\x01\x00' && bytes '\x01\x02\x03\xff\x04\x05\x06\xff'; } |
+    warned P-second-entry "1 2" "$in_file_order"
+{ pvr "$(number 6)" 4 1 15 && bytes "$own" && words 3 3 && bytes '\x00\x01\x00'; } |
+    warned P-black-upwards "4 1" "$(black 4)" "it has no data; $is_black"
+
+# --- wrapped KTX files ---
+
+mkdir wrap
+made=wrap
+# wrapper CHUNKS: all but the chunks
+wrapper() { bytes QOZM && words $(($1 + 1)) && zeros $((8 * ($1 + 1))); }
+# chunk FILE OFFSET LENGTH: a part of the file as an LZ4 block of literals alone
+chunk() {
+    local token=\\xf0 more=$(($3 - 15))
+    if [ "$more" -lt 0 ]; then
+        token=$(printf '\\x%02x' $(($3 << 4)))
+    else
+        while [ "$more" -ge 255 ]; do token+=\\xff more=$((more - 255)); done
+        token+=$(printf '\\x%02x' "$more")
+    fi
+    bytes 'padA 4zL'
+    words $((${#token} / 4 + $3)) "$3" 0 0 0 0
+    bytes "$token"
+    tail -c +$(($2 + 1)) "$1" | head -c "$3"
+}
+size_of() { stat -c %s "$1"; }
+wrap() { wrapper 1 && chunk "$1" 0 "$(size_of "$1")"; } # wrap FILE
+wrap ktx/card.ktx >wrap/card
+run convert wrap/card
+check "a wrapped file" good $'wrap/card -> wrap/card.png (97x61)\n'
+check "its pixels" same_bytes wrap/card.png ktx/card.png
+half=$(($(size_of ktx/card.ktx) / 2))
+{ wrapper 2 && chunk ktx/card.ktx 0 $half &&
+    chunk ktx/card.ktx $half $(($(size_of ktx/card.ktx) - half)); } >wrap/halves
+run convert wrap/halves
+check "two chunks" same_bytes wrap/halves.png ktx/card.png
+wrap wrap/card >wrap/twice
+run convert wrap/twice
+check "a wrapper in a wrapper" same_bytes wrap/twice.png ktx/card.png
+cp wrap/card wrap/1
+for i in 2 3 4 5 6 7 8 9; do wrap "wrap/$((i - 1))" >"wrap/$i"; done
+run convert wrap/8
+check "eight wrappers" same_bytes wrap/8.png ktx/card.png
+# A match: the last four of five literals twice more, then five literals.
+{ wrapper 1 && bytes 'padA 4zL' && words 14 18 0 0 0 0 &&
+    bytes '\x54abcde\x04\x00\x50fghij'; } | refused W-match "what it wraps is not a KTX file"
+run info --json wrap/W-match
+check "a compressed chunk has its full size" \
+    contains "$(tr -d '\n ' <"$logs/out")" '"wrappers":[{"chunks":1,"joinedBytes":18}]'
+check_info "a wrapped file" halves "container  QOZM-wrapped KTX" \
+    "wrapper    2 chunks, $(size_of ktx/card.ktx) bytes" "inside     KTX 1.1" \
+    "size       97 x 61" "format     GL_COMPRESSED_RGBA_ASTC_6x6_KHR" \
+    "data       ASTC 6x6 blocks"
+check_info "a wrapper in a wrapper" twice "container  QOZM-wrapped KTX" \
+    "wrapper    1 chunk, $(size_of wrap/card) bytes" \
+    "wrapper    1 chunk, $(size_of ktx/card.ktx) bytes" "inside     KTX 1.1" \
+    "size       97 x 61" "format     GL_COMPRESSED_RGBA_ASTC_6x6_KHR" \
+    "data       ASTC 6x6 blocks"
+run info --json wrap/twice
+check "info --json of wrappers" eval '[ "$rc" = 0 ] && [ -z "$err" ] && valid_json'
+check "the same keys" [ "$(keys)" = "$ktx_keys" ]
+check "each of them" contains "$(tr -d '\n ' <"$logs/out")" \
+    "\"wrappers\":[{\"chunks\":1,\"joinedBytes\":$(size_of wrap/card)},{\"chunks\":1,\"joinedBytes\":$(size_of ktx/card.ktx)}],\"inside\":\"KTX1.1\""
+for field in '"container": "QOZM-wrapped KTX"' '"width": 97' '"glInternalFormat": 37812'; do
+    check "... $field" contains "$out" "$field"
+done
+inside="the KTX file inside: "
+bytes 'QOZM\x02\x00\x00' | refused W-header-cut "its header is cut off"
+wrapper 0 | refused W-no-chunks "it has no chunks"
+{ bytes QOZM && words 3 && zeros 23; } |
+    refused W-table-cut "the file ends within its table of chunks"
+{ wrapper 1 && bytes 'padA4zL ' && words 4 4 0 0 0 0 && zeros 4; } |
+    refused W-tag "its chunks hold no bytes, or 4 GiB or more"
+{ wrapper 2 && bytes 'padA 4zL' && words 1 0xFFFFFFFF 0 0 0 0 && zeros 1 && bytes 'padA 4zL' &&
+    words 1 1 0 0 0 0 && zeros 1; } | refused W-large "its chunks hold no bytes, or 4 GiB or more"
+wrap a.astc | refused W-astc "what it wraps is not a KTX file"
+cat wrap/9 | refused W-nine "it is wrapped more than 8 times"
+wrap ktx/V-scheme-2 | refused W-scheme "${inside}it is supercompressed (Zstandard)"
+{ wrapper 1 && chunk ktx/card.ktx 0 40; } | refused W-inner-cut "${inside}its header is cut off"
+wrap ktx/K-rg11 | warned W-rg11 "4 4" "$(black 16)" \
+    "GL_COMPRESSED_RG11_EAC has no conversion to RGB; $is_black"
+{ wrapper 2 && chunk ktx/rgb8.ktx 0 "$(size_of ktx/rgb8.ktx)" && bytes 'padX'; } |
+    warned W-second-tag "1 2" '\x01\x02\x03\x04\x05\x06'
+check "no output of a refused file" [ ! -e never.png ]
+
+# --- PNG pictures, and textures as outputs ---
+
+mkdir png
+made=png
+be32() { # be32 NUMBER...: escapes of big-endian words
+    local number
+    for number; do
+        printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((number >> 24 & 255)) $((number >> 16 & 255)) \
+            $((number >> 8 & 255)) $((number & 255))
+    done
+}
+png_part() { bytes "$(be32 $((${#2} / 4)))$1$2\x00\x00\x00\x00"; } # png_part NAME BYTES
+# one_pixel DEPTH COLORTYPE TRANSPARENCY BYTES: a PNG of a pixel, not compressed
+one_pixel() {
+    bytes '\x89PNG\r\n\x1a\n'
+    png_part IHDR "$(be32 1 1)\x$1\x$2\x00\x00\x00"
+    [ -z "$3" ] || png_part tRNS "$3"
+    local count=$((${#4} / 4 + 1))
+    png_part IDAT "$(printf '\\x78\\x01\\x01\\x%02x\\x00\\x%02x\\xff\\x00' $count $((255 - count)))$4\x00\x00\x00\x00"
+    png_part IEND ''
+}
+# ktx_file FORMAT WIDTH HEIGHT LEVELBYTES: as the library writes it, up to the pixels
+ktx_file() {
+    bytes "\xabKTX 11\xbb\r\n\x1a\n\x01\x02\x03\x04"
+    words $gl_byte 1 "$1" "$1" "$1" "$2" "$3" 0 0 1 1 28
+    pair KTXorientation 'S=r,T=d' && bytes '\x00' && words "$4"
+}
+one_pixel 08 02 '' '\x01\x02\x03' >png/rgb.png
+one_pixel 08 06 '' '\x01\x02\x03\x80' >png/rgba.png
+one_pixel 08 00 '' '\x07' >png/grey.png
+one_pixel 08 04 '' '\x07\x80' >png/greya.png
+one_pixel 08 02 '\x00\x01\x00\x02\x00\x03' '\x01\x02\x03' >png/clear.png
+written() { # written NAME FORMAT BYTES: of png/NAME.png
+    run convert "png/$1.png" -o "png/$1.ktx"
+    check "PNG $1 to KTX" good "png/$1.png -> png/$1.ktx (1x1)"$'\n'
+    { ktx_file "$2" 1 1 4 && bytes "$3"; } >png/expected
+    check "its bytes" same_bytes "png/$1.ktx" png/expected
+}
+written rgb $gl_rgb '\x01\x02\x03\x00'
+written rgba $gl_rgba '\x01\x02\x03\x80'
+written grey $gl_rgb '\x07\x07\x07\x00'
+written greya $gl_rgba '\x07\x07\x07\x80'
+written clear $gl_rgba '\x01\x02\x03\x00'
+run convert png/rgba.png -o png/norgba.ktx --rgb
+{ ktx_file $gl_rgb 1 1 4 && bytes '\x01\x02\x03\x00'; } >png/expected
+check "--rgb to KTX" same_bytes png/norgba.ktx png/expected
+one_pixel 10 02 '' '\x01\xff\x02\xff\x03\xff' |
+    warned wide.png "1 1" '\x01\x02\x03' "its 16-bit channels are cut to 8 bits"
+one_pixel 08 02 '' '\x01\x02\x03' | head -c 40 | refused cut.png "the PNG data is damaged"
+one_pixel 08 05 '' '\x01\x02\x03' | refused color.png "the PNG data is damaged"
+run info png/rgb.png
+check "info of a PNG" good "png/rgb.png
+  container  PNG
+  size       1 x 1
+  channels   8 bits
+  record     RGB, 8 bits per channel, stride 3, 3 bytes
+  file       $(size_of png/rgb.png) bytes
+  loads      yes
+"
+run info --json png/rgba.png
+check "info --json of a PNG" eval '[ "$rc" = 0 ] && valid_json && [ "$(keys)" = "$ktx_keys" ] &&
+    contains "$out" "\"container\": \"PNG\""'
+
+# There and back. Rows of RGB are padded in the KTX file where the width asks for it.
+for size in 64x48 61x47 62x5 63x3 1x7 3x1; do
+    "$testcard" "$size" png/card.png --seed 9
+    width=${size%x*} height=${size#*x}
+    run convert png/card.png -o png/card.ktx
+    check "$size RGBA: PNG to KTX" good "png/card.png -> png/card.ktx ($size)"$'\n'
+    check "its size" [ "$(size_of png/card.ktx)" = $((96 + width * height * 4)) ]
+    run convert png/card.ktx -o png/back.png
+    check "and back" "$compare" png/card.png png/back.png
+    run convert png/card.png --rgb -o png/card3.png
+    run convert png/card3.png -o png/card3.ktx
+    check "$size RGB: PNG to KTX" good "png/card3.png -> png/card3.ktx ($size)"$'\n'
+    check "its size" \
+        [ "$(size_of png/card3.ktx)" = $((96 + (width * 3 + 3) / 4 * 4 * height)) ]
+    run convert png/card3.ktx -o png/back3.png
+    check "and back" "$compare" png/card3.png png/back3.png
+    run convert png/card3.ktx --rgb -o png/again3.ktx
+    check "and to KTX once more" same_bytes png/again3.ktx png/card3.ktx
+done
+run convert a.astc -o png/a.ktx
+run convert png/a.ktx -o png/a.png
+check "ASTC to KTX" "$compare" png/a.png a.ref.png
+run convert pvr/L-rgba -o png/pvr.ktx
+{ ktx_file $gl_rgba 1 2 8 && bytes '\x01\x02\x03\xff\x04\x05\x06\x80'; } >png/expected
+check "PVR to KTX" same_bytes png/pvr.ktx png/expected
+
+pvr_note="its header is left empty; korutex and other PVR readers do not open it"
+run convert png/card3.png -o png/card3.pvr
+check "PNG to PVR" result 0 $'png/card3.png -> png/card3.pvr (3x1)\n' \
+    "korutex: png/card3.pvr: warning: $pvr_note"$'\n'
+{ zeros 52 && words 12 && tail -c 12 png/card3.ktx; } >png/expected
+check "its bytes" same_bytes png/card3.pvr png/expected
+run info png/card3.pvr
+check "it is not opened" bad_file png/card3.pvr "is not an ASTC, KTX, PVR or PNG file"
+run convert png/rgb.png png/rgba.png --to pvr -o png/pvrs -j 2
+check "the note is for each file" eval '[ "$rc" = 0 ] && [ "$(wc -l <"$logs/err")" = 2 ]'
+no_encoder="cannot be written: the library has no ASTC encoder, it would hold no picture"
+run convert png/rgb.png -o png/rgb.astc
+check "PNG to ASTC" bad_file png/rgb.astc "$no_encoder"
+check "no file of it" [ ! -e png/rgb.astc ]
+cp a.astc png/keep.astc
+run convert png/rgb.png -o png/keep.astc
+check "... over a good file" bad_file png/keep.astc "$no_encoder"
+check "which is kept" same_bytes png/keep.astc a.astc
+run convert png/rgb.png png/none.astc
+check "... as a second path" bad_file png/none.astc "$no_encoder"
+
+# Two paths.
+run convert png/rgb.png png/two.ktx
+check "a second path is the output" good $'png/rgb.png -> png/two.ktx (1x1)\n'
+check "its bytes" same_bytes png/two.ktx png/rgb.ktx
+run convert png/two.ktx png/two.TGA --rgb
+check "a second path that is a picture" good $'png/two.ktx -> png/two.TGA (1x1)\n'
+cp png/rgba.ktx png/old.ktx
+run convert png/rgb.png png/old.ktx
+check "a second path that exists is an input" usage_error \
+    "'png/rgb.png' would overwrite the input 'png/rgb.png'; if 'png/old.ktx' is the output, put -o"
+check "it is whole" same_bytes png/old.ktx png/rgba.ktx
+run convert png/rgb.png -o png/old.ktx
+check "-o replaces it" same_bytes png/old.ktx png/rgb.ktx
+cp png/rgb.ktx png/x.ktx
+cp png/rgba.ktx png/y.ktx
+run convert png/x.ktx png/y.ktx
+check "two inputs stay inputs" good \
+    $'png/x.ktx -> png/x.png (1x1)\npng/y.ktx -> png/y.png (1x1)\n2 converted, 0 failed\n'
+run convert png/x.ktx png/nothing.ktx2
+check "an ending that is not written" result 1 \
+    $'png/x.ktx -> png/x.png (1x1)\n1 converted, 1 failed\n' \
+    $'korutex: png/nothing.ktx2: no such file\n'
+run convert png/x.ktx 'png/q*.ktx'
+check "a pattern without a match" eval '[ "$rc" = 1 ] && contains "$err" "no such file"'
+run convert png/x.ktx png/y.ktx png/z.ktx
+check "three paths are inputs" eval '[ "$rc" = 1 ] && contains "$err" "z.ktx: no such file" &&
+    [ ! -e png/z.ktx ]'
+run convert png/missing.png png/z.ktx
+check "the input is missing" bad_file png/missing.png "no such file"
+check "no output of it" [ ! -e png/z.ktx ]
+run convert png/rgb.png
+check "a PNG to itself" usage_error "would overwrite the input"
+run convert png/x.ktx --to ktx
+check "a KTX file to itself" usage_error "would overwrite the input"
+run convert png/x.ktx --to ktx -o png/x.ktx
+check "... by name" usage_error "would overwrite the input"
+
+# Outputs of the library's writers are as safe as the others.
+run convert png/rgb.png -o nowhere/out.ktx
+check "KTX: the output's folder is missing" \
+    bad_file nowhere/out.ktx "cannot be written: No such file or directory"
+mkdir png/taken.ktx
+run convert a.astc -o png/taken.ktx/
+check "a folder with an ending" good $'a.astc -> png/taken.ktx/a.png (96x60)\n'
+mkdir -p png/full/rgb.ktx
+run convert png/rgb.png --to ktx -o png/full
+check "KTX: the output is a folder" \
+    bad_file png/full/rgb.ktx "cannot be written: Is a directory"
+echo old >png/keep.ktx
+run convert text.astc -o png/keep.ktx
+check "KTX: a failed conversion keeps the old file" [ "$(cat png/keep.ktx)" = old ]
+if ! $windows; then
+    last=(convert a.astc -o png/keep.ktx "(limited file size)")
+    (ulimit -f 2 && "${command[@]}" convert a.astc -o png/keep.ktx >"$logs/out" 2>"$logs/err")
+    rc=$?
+    read_logs
+    check "KTX: a write fails half-way" \
+        bad_file png/keep.ktx "cannot be written: File too large"
+    check "the old file is whole" [ "$(cat png/keep.ktx)" = old ]
+    chmod 640 png/keep.ktx
+    run convert png/rgb.png -o png/keep.ktx
+    check "KTX: a replaced file keeps its permissions" [ "$(stat -c %a png/keep.ktx)" = 640 ]
+    run convert png/rgb.png -o "$broken.ktx"
+    check "KTX: a name that is not UTF-8" same_bytes "$broken.ktx" png/rgb.ktx
+    mkdir "$broken"
+    run convert png/rgb.png -o "$broken/a.ktx"
+    check "KTX: a folder that is not UTF-8" \
+        bad_file 'bad\xFF\xFE/a.ktx' "cannot be written: the name of its folder is not UTF-8"
+fi
+run convert png/rgb.png -o "$folder/$name.ktx"
+check "KTX: a name beyond ASCII" same_bytes "$folder/$name.ktx" png/rgb.ktx
+check "no temporary files are left" no_temporaries
 
 # --- outputs ---
 
@@ -955,6 +1454,13 @@ for jobs in 2 4 0 100; do
     run convert many/*.astc -o "parallel$jobs" -j "$jobs"
     check "-j $jobs writes the same files" diff -r serial "parallel$jobs"
 done
+run convert many/*.astc -o ktxserial --to ktx
+check "KTX outputs" eval '[ "$rc" = 1 ] && contains "$out" "21 converted, 3 failed"'
+serial_ktx=$out
+run convert many/*.astc -o ktxserial --to ktx -j 3
+check "KTX outputs, -j 3: the same is said" result 1 "$serial_ktx" "$serial_err"
+run convert many/*.astc -o ktxparallel --to ktx -j 3
+check "KTX outputs, -j 3: the same is written" diff -r ktxserial ktxparallel
 run convert many/01.astc many/02.astc -o rgbparallel --rgb -j 2
 check "--rgb reaches the workers" [ "$(byte_at rgbparallel/02.png 25)" = 2 ]
 check "no progress line in a pipe" \

@@ -9,19 +9,20 @@
 
 #include "convert_plan.h"
 #include "host_paths.h"
-#include "load_diagnosis.h"
 #include "utf_text.h"
 
 namespace koru_host {
 namespace {
 
 constexpr const char* kDescription =
-    "korutex opens GPU texture files and writes them as ordinary pictures.";
+    "korutex opens GPU texture files (ASTC, KTX, PVR) and writes them as ordinary pictures,\n"
+    "and pictures as KTX files.";
 
 constexpr const char* kFooter =
     "Examples:\n"
     "  korutex convert rock.astc                     writes rock.png\n"
-    "  korutex convert rock.ktx -o rock.tga          writes rock.tga\n"
+    "  korutex convert rock.pvr rock.tga             writes rock.tga\n"
+    "  korutex convert rock.png rock.ktx             writes a KTX file of the same pixels\n"
     "  korutex convert *.ktx *.ktx2 -o pictures -j 0 writes pictures/*.png, on all CPUs\n"
     "  korutex info rock.ktx2                        shows size, format, and if it loads\n"
     "\n"
@@ -33,16 +34,28 @@ constexpr const char* kFooter =
     "'korutex convert --help' and 'korutex info --help' tell more.";
 
 constexpr const char* kConvertFooter =
-    "A file's content says what it is; its name does not matter. The ending of the output says\n"
-    "the format: .png, .ppm (without alpha) or .tga. Into a folder, every input NAME.* becomes\n"
-    "NAME.png; the folder is made if it is missing. An existing file is replaced only when the "
-    "new\n"
-    "one is complete.\n"
+    "Inputs are ASTC, KTX, QOZM-wrapped KTX, PVR and PNG files. A file's content says what it is;\n"
+    "its name does not matter. The ending of the output says the format:\n"
+    "\n"
+    "  .png .tga  pictures; .ppm, too, which has no alpha\n"
+    "  .ktx       KTX 1.1, one level of RGBA bytes, or of RGB for --rgb and PNGs without alpha\n"
+    "  .pvr       the same pixels behind an empty header: for programs that know the layout, "
+    "since\n"
+    "             no PVR reader opens it\n"
+    "  .astc      fails: the library has no ASTC encoder\n"
+    "\n"
+    "An output is named by -o, or as a second path behind a single input if no file of that name\n"
+    "exists; without -o, a file that exists is always an input. Into a folder, every input NAME.*\n"
+    "becomes NAME.png, or as --to says; the folder is made if it is missing. An existing file is\n"
+    "replaced only when the new one is complete.\n"
     "\n"
     "Examples:\n"
     "  korutex convert rock.astc                 writes rock.png beside it\n"
+    "  korutex convert rock.png rock.ktx         writes a new file rock.ktx\n"
+    "  korutex convert rock.png -o rock.ktx      the same, and replaces an old one\n"
     "  korutex convert rock.astc -o out/rock.tga writes that file; the folder must exist\n"
-    "  korutex convert a.astc b.ktx -o out       writes out/a.png and out/b.png\n"
+    "  korutex convert a.astc b.pvr -o out       writes out/a.png and out/b.png\n"
+    "  korutex convert *.png --to ktx -o out     writes out/*.ktx\n"
     "  korutex convert *.ktx2 --rgb -j 0         drops alpha, uses all CPUs";
 
 constexpr const char* kInfoFooter =
@@ -100,7 +113,7 @@ std::string Usage_GetHint(const CLI::App& app) {
 }  // namespace
 
 CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
-    CLI::App app(std::string(kDescription) + '\n' + kMissingReadersNote, "korutex");
+    CLI::App app(kDescription, "korutex");
     app.footer(kFooter);
     app.allow_windows_style_options(false);
     app.set_help_flag("-h,--help", "Print this help and exit");
@@ -112,14 +125,20 @@ CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
     std::vector<std::string> ignored;
     std::string outputText;
     CLI::App* convert =
-        app.add_subcommand("convert", "Write texture files as PNG, PPM or TGA pictures");
-    convert->footer(std::string(kMissingReadersNote) + '\n' + kConvertFooter);
+        app.add_subcommand("convert", "Write textures as pictures, or pictures as textures");
+    convert->footer(kConvertFooter);
     const CLI::Option* inputs =
-        Option_AddPaths(*convert, "IN", "The texture files, one or more", ignored);
-    const CLI::Option* output = convert->add_option(
-        "-o,--output", outputText,
-        "The picture or the folder to write; otherwise a PNG beside each input");
+        Option_AddPaths(*convert, "IN", "The files to convert, one or more", ignored);
+    const CLI::Option* output =
+        convert->add_option("-o,--output", outputText,
+                            "The file or the folder to write; otherwise a PNG beside each input");
     convert->get_option("--output")->type_name("FILE|DIR");
+    std::string ending;
+    convert
+        ->add_option("--to", ending,
+                     "The format of outputs that are not named: png (default), ppm, tga, ktx, pvr")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"png", "ppm", "tga", "ktx", "pvr", "astc"}).description(""));
     convert->add_flag("--rgb", convertOptions.dropAlpha, "Leave alpha out");
     convert
         ->add_option("-j,--jobs", convertOptions.workerCount,
@@ -131,8 +150,7 @@ CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
     InfoOptions infoOptions;
     CLI::App* info = app.add_subcommand("info", "Show what texture files hold");
     info->footer(kInfoFooter);
-    const CLI::Option* files =
-        Option_AddPaths(*info, "FILE", "The texture files, one or more", ignored);
+    const CLI::Option* files = Option_AddPaths(*info, "FILE", "The files, one or more", ignored);
     info->add_flag("--json", infoOptions.asJson, "Print a JSON array, one object for each file");
 
     try {
@@ -153,9 +171,13 @@ CommandLine CommandLine_Parse(const std::vector<std::string>& arguments) {
 
     if (convert->parsed()) {
         convertOptions.inputs = Option_GetInputs(*inputs);
+        ConvertTarget& target = convertOptions.target;
+        if (!ending.empty()) target.ending = '.' + ending;
         if (output->count() > 0) {
-            convertOptions.output = Option_GetPaths(*output).back();
-            if (convertOptions.output.empty()) throw UsageError("-o: needs a name");
+            target.output = Option_GetPaths(*output).back();
+            if (target.output.empty()) throw UsageError("-o: needs a name");
+        } else if (target.ending.empty()) {
+            target.output = Convert_TakeOutput(convertOptions.inputs);
         }
         return convertOptions;
     }

@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include "convert_plan.h"
+
 namespace koru_host {
 
 inline constexpr int kExitSuccess = 0;
@@ -15,7 +17,7 @@ inline constexpr int kExitUsage = 2;
 
 struct ConvertOptions {
     std::vector<std::filesystem::path> inputs;
-    std::filesystem::path output;  ///< empty: beside the inputs
+    ConvertTarget target;
     bool dropAlpha = false;
     std::size_t workerCount = 1;  ///< 0: one for each CPU
 };

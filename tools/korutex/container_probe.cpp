@@ -15,6 +15,7 @@ constexpr auto kKtx1Magic = to_array<std::uint8_t>(
     {0xAB, 0x4B, 0x54, 0x58, 0x20, 0x31, 0x31, 0xBB, 0x0D, 0x0A, 0x1A, 0x0A});
 constexpr auto kKtx2Magic = to_array<std::uint8_t>(
     {0xAB, 0x4B, 0x54, 0x58, 0x20, 0x32, 0x30, 0xBB, 0x0D, 0x0A, 0x1A, 0x0A});
+constexpr auto kPngMagic = to_array<std::uint8_t>({0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A});
 constexpr auto kWrapperMagic = to_array<std::uint8_t>({'Q', 'O', 'Z', 'M'});
 constexpr auto kPvr3Magic = to_array<std::uint8_t>({'P', 'V', 'R', 0x03});
 constexpr auto kPvrLegacyMagic = to_array<std::uint8_t>({'P', 'V', 'R', '!'});
@@ -36,6 +37,7 @@ Container Container_Identify(std::span<const std::uint8_t> head) noexcept {
     if (Bytes_Match(head, 0, kAstcMagic)) return Container::Astc;
     if (Bytes_Match(head, 0, kKtx1Magic)) return Container::Ktx1;
     if (Bytes_Match(head, 0, kKtx2Magic)) return Container::Ktx2;
+    if (Bytes_Match(head, 0, kPngMagic)) return Container::Png;
     if (Bytes_Match(head, 0, kWrapperMagic)) return Container::WrappedKtx;
     if (Bytes_Match(head, 0, kPvr3Magic)) return Container::Pvr3;
     if (Bytes_Match(head, kPvrLegacyMagicOffset, kPvrLegacyMagic)) return Container::PvrLegacy;
@@ -56,6 +58,8 @@ const char* Container_GetName(Container container) noexcept {
             return "PVR version 3";
         case Container::PvrLegacy:
             return "PVR legacy";
+        case Container::Png:
+            return "PNG";
         case Container::Unknown:
             break;
     }

@@ -1,4 +1,4 @@
-// Tells texture containers apart by their first bytes.
+// Tells texture containers and pictures apart by their first bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace koru_host {
 
-enum class Container { Unknown, Astc, Ktx1, Ktx2, WrappedKtx, Pvr3, PvrLegacy };
+enum class Container { Unknown, Astc, Ktx1, Ktx2, WrappedKtx, Pvr3, PvrLegacy, Png };
 
 /// Bytes that Container_Identify wants to see; fewer if the file is shorter.
 inline constexpr std::size_t kContainerProbeBytes = 48;

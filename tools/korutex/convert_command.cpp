@@ -24,7 +24,7 @@ std::size_t Convert_CountWorkers(const ConvertOptions& options) {
 }  // namespace
 
 int Convert_Run(const ConvertOptions& options) {
-    const ConvertPlan plan = Convert_MakePlan(options.inputs, options.output, options.dropAlpha);
+    const ConvertPlan plan = Convert_MakePlan(options.inputs, options.target, options.dropAlpha);
     if (plan.folder) {
         std::error_code error;
         std::filesystem::create_directories(*plan.folder, error);

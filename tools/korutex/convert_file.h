@@ -1,4 +1,4 @@
-// Converts one texture file to one picture file.
+// Converts one file to another: a texture or PNG picture to a picture or texture.
 #pragma once
 
 #include <cstdint>

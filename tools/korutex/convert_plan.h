@@ -1,9 +1,10 @@
-// Decides which picture file each input becomes.
+// Decides which file each input becomes.
 #pragma once
 
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "convert_file.h"
@@ -21,9 +22,18 @@ struct ConvertPlan {
     std::optional<std::filesystem::path> folder;  ///< to be made if missing
 };
 
-/// `output` is a file, a folder, or empty for pictures beside their inputs.
+/// Where outputs go and what they are.
+struct ConvertTarget {
+    std::filesystem::path output;  ///< a file, a folder, or empty for files beside their inputs
+    std::string ending;            ///< of outputs that are not named, ".png"; may be empty: ".png"
+};
+
+/// Two paths may be an input and the output: takes the second away and returns it if it is a new
+/// name with an ending that can be written. A file that exists is never taken for an output.
+std::filesystem::path Convert_TakeOutput(std::vector<std::filesystem::path>& inputs);
+
 /// Throws UsageError when outputs would meet each other or an input.
 ConvertPlan Convert_MakePlan(const std::vector<std::filesystem::path>& inputs,
-                             const std::filesystem::path& output, bool dropAlpha);
+                             const ConvertTarget& target, bool dropAlpha);
 
 }  // namespace koru_host

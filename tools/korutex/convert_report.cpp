@@ -5,6 +5,7 @@
 
 #include "host_console.h"
 #include "host_paths.h"
+#include "texture_writer.h"
 
 namespace koru_host {
 
@@ -37,6 +38,9 @@ void ConvertReport::Print(const ConvertJob& job, const ConvertOutcome& outcome) 
         return;
     }
     for (const std::string& warning : outcome.warnings) Console_WarnOfFile(job.input, warning);
+    const auto texture = Texture_GetFormat(job.output);
+    const char* writerWarning = texture ? Texture_GetWriterWarning(*texture) : nullptr;
+    if (writerWarning != nullptr) Console_WarnOfFile(job.output, writerWarning);
     Console_Print(Paths_ToPrintable(job.input) + " -> " + Paths_ToPrintable(job.output) + " (" +
                   std::to_string(outcome.width) + 'x' + std::to_string(outcome.height) + ")\n");
 }

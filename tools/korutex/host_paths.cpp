@@ -74,6 +74,14 @@ bool PathOrder::operator()(const fs::path& a, const fs::path& b) const {
 
 #endif
 
+std::string Paths_GetEnding(const fs::path& path) {
+    std::string ending = Paths_ToText(path.extension());
+    std::ranges::transform(ending, ending.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return ending;
+}
+
 std::string Paths_ToPrintable(const fs::path& path) {
     return Text_MakePrintable(Paths_ToText(path));
 }

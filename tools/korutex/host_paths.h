@@ -18,6 +18,9 @@ std::filesystem::path Paths_FromText(std::string_view text);
 /// The inverse of Paths_FromText.
 std::string Paths_ToText(const std::filesystem::path& path);
 
+/// The ending of a file name with its dot, in small letters: ".png".
+std::string Paths_GetEnding(const std::filesystem::path& path);
+
 /// The files that an argument means. Windows shells leave patterns (*, ?) to the program; a pattern
 /// without a match stands for itself.
 std::vector<std::filesystem::path> Paths_ExpandPattern(const std::filesystem::path& path);

@@ -330,6 +330,12 @@ KtxInspection Ktx_Inspect(std::span<const std::uint8_t> bytes) {
     return {};
 }
 
+bool Ktx_IsVersion20(const KtxFacts& facts) { return facts.version == koru::KtxVersion::Ktx20; }
+
+bool Ktx_HasGlFormat(const KtxFacts& facts) {
+    return !Ktx_IsVersion20(facts) || facts.glInternalFormat != koru::GL_INVALID_VALUE;
+}
+
 std::string Ktx_GetGlName(std::uint32_t glCode) {
     const std::string_view name = koru::Gl_GetName(glCode);
     return name.empty() ? Inspect_FormatHex(glCode) : std::string(name);

@@ -82,6 +82,11 @@ struct KtxInspection {
 /// `bytes` are the whole file, below 4 GiB.
 KtxInspection Ktx_Inspect(std::span<const std::uint8_t> bytes);
 
+[[nodiscard]] bool Ktx_IsVersion20(const KtxFacts& facts);
+
+/// False for a VkFormat that is decoded as none.
+[[nodiscard]] bool Ktx_HasGlFormat(const KtxFacts& facts);
+
 /// "GL_RGB8", or the number in hexadecimal.
 std::string Ktx_GetGlName(std::uint32_t glCode);
 

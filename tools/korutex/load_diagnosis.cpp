@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "ktx/ktx_wrapper.h"
+#include "pvr_diagnosis.h"
 #include "utf_text.h"
 
 namespace koru_host {
@@ -132,9 +134,8 @@ std::string Ktx_ExplainFailure(KtxRefusal refusal, const KtxFacts& facts) {
     return {};
 }
 
-std::string Ktx_ExplainFailure(const TextureFile& file) {
-    if (!file.ktx) return {};
-    switch (file.ktx->refusal) {
+std::string Ktx_ExplainFailure(const KtxInspection& ktx) {
+    switch (ktx.refusal) {
         case KtxRefusal::HeaderCut:
             return kHeaderIsCut;
         case KtxRefusal::BigEndian:
@@ -144,7 +145,28 @@ std::string Ktx_ExplainFailure(const TextureFile& file) {
         default:
             break;
     }
-    return file.ktx->facts ? Ktx_ExplainFailure(file.ktx->refusal, *file.ktx->facts) : "";
+    return ktx.facts ? Ktx_ExplainFailure(ktx.refusal, *ktx.facts) : "";
+}
+
+std::string Wrapper_ExplainFailure(const WrapperInspection& wrapper) {
+    switch (wrapper.refusal) {
+        case WrapperRefusal::HeaderCut:
+            return kHeaderIsCut;
+        case WrapperRefusal::NoChunks:
+            return "it has no chunks";
+        case WrapperRefusal::TableCut:
+            return "the file ends within its table of chunks";
+        case WrapperRefusal::NothingJoined:
+            return "its chunks hold no bytes, or 4 GiB or more";
+        case WrapperRefusal::TooDeep:
+            return "it is wrapped more than " + std::to_string(koru::kKtxMaxWrappers) + " times";
+        case WrapperRefusal::NotKtx:
+            return "what it wraps is not a KTX file";
+        case WrapperRefusal::None:
+            break;
+    }
+    const std::string reason = Ktx_ExplainFailure(wrapper.ktx);
+    return reason.empty() ? reason : "the KTX file inside: " + reason;
 }
 
 std::string Ktx_DescribeOddity(KtxOddity oddity, const KtxFacts& facts) {
@@ -183,12 +205,13 @@ std::string Diagnosis_FindReason(const TextureFile& file) {
             return Astc_ExplainFailure(file);
         case Container::Ktx1:
         case Container::Ktx2:
-            return Ktx_ExplainFailure(file);
+            return file.ktx ? Ktx_ExplainFailure(*file.ktx) : "";
         case Container::WrappedKtx:
-            return "this version reads no QOZM-wrapped KTX files";
+            return file.wrapper ? Wrapper_ExplainFailure(*file.wrapper) : "";
         case Container::Pvr3:
         case Container::PvrLegacy:
-            return "this version reads no PVR files";
+            return file.pvr ? Pvr_ExplainFailure(*file.pvr) : "";
+        case Container::Png:
         case Container::Unknown:
             break;
     }
@@ -205,10 +228,18 @@ std::string Diagnosis_ExplainFailure(const TextureFile& file) {
 std::vector<std::string> Diagnosis_FindWarnings(const TextureFile& file) {
     std::vector<std::string> warnings;
     if (auto warning = Astc_FindWarning(file)) warnings.push_back(*std::move(warning));
-    if (file.ktx && file.ktx->facts) {
-        for (const KtxOddity oddity : file.ktx->oddities) {
-            warnings.push_back(Ktx_DescribeOddity(oddity, *file.ktx->facts));
+    if (const KtxInspection* ktx = file.GetKtx(); ktx != nullptr && ktx->facts) {
+        for (const KtxOddity oddity : ktx->oddities) {
+            warnings.push_back(Ktx_DescribeOddity(oddity, *ktx->facts));
         }
+    }
+    if (file.pvr && file.pvr->facts) {
+        for (const PvrOddity oddity : file.pvr->oddities) {
+            warnings.push_back(Pvr_DescribeOddity(oddity, *file.pvr->facts));
+        }
+    }
+    if (file.png && file.png->bitsPerChannel > 8) {
+        warnings.push_back("its 16-bit channels are cut to 8 bits");
     }
     return warnings;
 }

@@ -9,11 +9,6 @@
 
 namespace koru_host {
 
-// What is said of the containers that have no reader is said here and in Diagnosis_ExplainFailure.
-inline constexpr const char* kMissingReadersNote =
-    "This version reads ASTC and KTX files. PVR files and QOZM-wrapped KTX files are recognised,\n"
-    "but do not load yet.";
-
 /// Why the library refused the file: "cannot be decoded", with the reason where it is known.
 std::string Diagnosis_ExplainFailure(const TextureFile& file);
 

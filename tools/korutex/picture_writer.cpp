@@ -1,6 +1,5 @@
 #include "picture_writer.h"
 
-#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string>
@@ -68,10 +67,7 @@ void Picture_WriteTga(const PictureView& picture, const ByteSink& sink) {
 }  // namespace
 
 std::optional<PictureFormat> Picture_GetFormat(const std::filesystem::path& name) {
-    std::string ending = Paths_ToText(name.extension());
-    std::ranges::transform(ending, ending.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
+    const std::string ending = Paths_GetEnding(name);
     if (ending == ".png") return PictureFormat::Png;
     if (ending == ".ppm") return PictureFormat::Ppm;
     if (ending == ".tga") return PictureFormat::Tga;

@@ -133,6 +133,11 @@ void ReplacingFile::Write(std::span<const std::uint8_t> bytes) {
     }
 }
 
+void ReplacingFile::WriteByName(const std::function<void(const fs::path&)>& write) {
+    if (!isTemporaryThere_) Open();
+    write(temporary_);
+}
+
 void ReplacingFile::Flush() {
     while (Descriptor_Flush(descriptor_) != 0) {
         if (errno == EINTR) continue;

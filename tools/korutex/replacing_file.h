@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <span>
 
 namespace koru_host {
@@ -22,6 +23,9 @@ class ReplacingFile {
 
     /// Throws std::system_error, as Commit does.
     void Write(std::span<const std::uint8_t> bytes);
+    /// Has `write` fill the temporary, which is there and empty, by its name. What `write` throws
+    /// goes through.
+    void WriteByName(const std::function<void(const std::filesystem::path&)>& write);
     /// The bytes are on the disk before the name is, so that a crash of the system leaves the old
     /// file or the new one.
     void Commit();

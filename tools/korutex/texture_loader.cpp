@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <span>
+#include <string>
 #include <system_error>
 
 #include "file_error.h"
@@ -37,45 +39,74 @@ std::vector<std::uint8_t> Texture_ReadBytes(const fs::path& path, std::uint64_t 
     return bytes;
 }
 
-using FileLoader = KORU_Image*(const KORU_Char*, std::uint32_t);
 using MemoryLoader = KORU_Image*(const std::uint8_t*, std::uint32_t, std::uint32_t);
 
-struct Loaders {
-    FileLoader* fromFile;
-    MemoryLoader* fromMemory;
-};
+ImageHandle Texture_CallLoader(MemoryLoader& load, std::span<const std::uint8_t> bytes) {
+    return ImageHandle(
+        load(bytes.data(), static_cast<std::uint32_t>(bytes.size()), KORU_FLAG_RGBA));
+}
 
-Loaders Texture_GetLoaders(Container container) {
-    switch (container) {
-        case Container::Astc:
-            return {KORU_Load_ASTC_From_File, KORU_Load_ASTC_From_Memory};
+/// The library opens ASTC files itself: all that is said of them is in their first bytes.
+ImageHandle Texture_LoadAstc(const TextureFile& file) {
+    if (const auto name = Paths_ToLibrary(file.path)) {
+        return ImageHandle(KORU_Load_ASTC_From_File(name->c_str(), KORU_FLAG_RGBA));
+    }
+    return Texture_CallLoader(KORU_Load_ASTC_From_Memory,
+                              Texture_ReadBytes(file.path, file.fileBytes));
+}
+
+/// Whether pixels of fewer than four channels may have brought alpha: after a load with alpha, the
+/// library keeps what it leaves out otherwise.
+bool Texture_MayHaveStrayAlpha(const TextureFile& file) {
+    if (!file.pvr || !file.pvr->facts) return false;
+    const koru::PvrPixelWay& way = file.pvr->facts->way;
+    return way.way == koru::PvrWay::Packed && way.componentCount < 4;
+}
+
+void Texture_MakeOpaque(KORU_Image& image) {
+    for (std::size_t i = 3; i < image.dataSize; i += 4) image.pixels[i] = 255;
+}
+
+ImageHandle Texture_LoadPvr(TextureFile& file, std::span<const std::uint8_t> bytes) {
+    file.pvr = Pvr_Inspect(bytes);
+    ImageHandle image = Texture_CallLoader(KORU_Load_PVR_From_Memory, bytes);
+    if (image != nullptr && image->pixels != nullptr && Texture_MayHaveStrayAlpha(file)) {
+        Texture_MakeOpaque(*image);
+    }
+    return image;
+}
+
+ImageHandle Texture_LoadPng(TextureFile& file, std::span<const std::uint8_t> bytes) {
+    try {
+        file.png = Png_ReadFacts(bytes);
+        return Png_Load(bytes);
+    } catch (const PngError& error) {
+        throw FileError(file.path, std::string("cannot be decoded: ") + error.what());
+    }
+}
+
+/// Files are read here where diagnoses look at all of them.
+ImageHandle Texture_Call(TextureFile& file) {
+    if (file.container == Container::Astc) return Texture_LoadAstc(file);
+    const auto bytes = Texture_ReadBytes(file.path, file.fileBytes);
+    switch (file.container) {
+        case Container::WrappedKtx:
+            file.wrapper = Wrapper_Inspect(bytes);
+            return Texture_CallLoader(KORU_Load_KTX_From_Memory, bytes);
         case Container::Ktx1:
         case Container::Ktx2:
-        case Container::WrappedKtx:
-            return {KORU_Load_KTX_From_File, KORU_Load_KTX_From_Memory};
+            file.ktx = Ktx_Inspect(bytes);
+            return Texture_CallLoader(KORU_Load_KTX_From_Memory, bytes);
         case Container::Pvr3:
         case Container::PvrLegacy:
-            return {KORU_Load_PVR_From_File, KORU_Load_PVR_From_Memory};
+            return Texture_LoadPvr(file, bytes);
+        case Container::Png:
+            return Texture_LoadPng(file, bytes);
+        case Container::Astc:
         case Container::Unknown:
             break;
     }
-    return {};
-}
-
-bool Texture_IsKtx(Container container) {
-    return container == Container::Ktx1 || container == Container::Ktx2;
-}
-
-/// KTX files are read here: levels and key/value data, which diagnoses look at, may lie anywhere.
-/// The library opens the other files itself.
-ImageHandle Texture_Call(TextureFile& file, const Loaders& loaders) {
-    const auto name = Texture_IsKtx(file.container) ? std::nullopt : Paths_ToLibrary(file.path);
-    if (name) return ImageHandle(loaders.fromFile(name->c_str(), KORU_FLAG_RGBA));
-
-    const auto bytes = Texture_ReadBytes(file.path, file.fileBytes);
-    if (Texture_IsKtx(file.container)) file.ktx = Ktx_Inspect(bytes);
-    return ImageHandle(
-        loaders.fromMemory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), KORU_FLAG_RGBA));
+    return nullptr;
 }
 
 }  // namespace
@@ -100,13 +131,12 @@ TextureFile Texture_Open(const fs::path& path) {
 }
 
 ImageHandle Texture_Load(TextureFile& file) {
-    const Loaders loaders = Texture_GetLoaders(file.container);
-    if (loaders.fromFile == nullptr) {
-        throw FileError(file.path, "is not an ASTC, KTX or PVR file");
+    if (file.container == Container::Unknown) {
+        throw FileError(file.path, "is not an ASTC, KTX, PVR or PNG file");
     }
     if (file.fileBytes > kMaxFileBytes) throw FileError(file.path, "is 4 GiB or larger");
 
-    ImageHandle image = Texture_Call(file, loaders);
+    ImageHandle image = Texture_Call(file);
     if (image == nullptr || image->pixels == nullptr) {
         throw FileError(file.path, Diagnosis_ExplainFailure(file));
     }
