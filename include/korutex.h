@@ -203,12 +203,16 @@ KORU_API KORU_Image* KORU_Load_KTX_From_Memory(const uint8_t* data, uint32_t siz
  * 44).
  *
  * Decoded formats:
- *   PVRTC     version 1, 2 and 4 bits per pixel, sizes that are powers of two.
+ *   PVRTC     version 1, 2 and 4 bits per pixel, for sizes that are powers of two; others give
+ *             what the wrapping arithmetic makes of them. Two-bit blocks with a mode flag average
+ *             four neighbors always, and a translucent color B changes the blue of color A.
  *   S3TC      DXT1 without its alpha, DXT3, DXT5; arithmetic as in KTX.
- *   ETC       ETC1 and ETC2 RGB, RGBA and punch-through alpha. EAC R11 and RG11 give opaque black.
- *   packed    legacy: 8-bit RGBA and RGB. Version 3: channels of 8,8,8,8 and 8,8,8 bits,
- * 10,10,10,2, 11,11,10 (as four raw bytes), 4,4,4,4, 5,6,5, 5,5,5 and 5,5,5,1. Channel names give
- *             their number only: BGRA bytes come out as if they were RGBA.
+ *   ETC       ETC1 and ETC2 RGB, RGBA and punch-through alpha. EAC R11 and RG11 give opaque black,
+ *             and so does a version-3 file without any payload.
+ *   packed    legacy: 8-bit RGBA and RGB. Version 3: channels of 8,8,8,8 and 8,8,8 bits, of
+ *             10,10,10,2 and 11,11,10 (as four raw bytes), of 4,4,4,4 and 5,6,5, of 5,5,5 and
+ *             5,5,5,1. Other widths give opaque black. Channel names give their number only:
+ *             BGRA bytes come out as if they were RGBA.
  * Color space, premultiplied alpha and channel type are not looked at.
  *
  * The payload of packed pixels must hold at least width * channels bytes for each row, padded to 4,
@@ -274,7 +278,8 @@ KORU_API int32_t KORU_Write_KTX_To_File(const KORU_Char* path, KORU_Image* image
  *
  * @param path   The file, zero-terminated UTF-16; an existing one is replaced.
  * @param image  A 24-bit image is repacked in place as by KORU_Write_KTX_To_File.
- * @return       1 for success, 0 for failure.
+ * @return       1 for success, 0 for failure. As there, a dataSize of 0 is a failure only of a
+ *               record that is not repacked.
  */
 KORU_API int32_t KORU_Write_PVR_To_File(const KORU_Char* path, KORU_Image* image);
 

@@ -48,7 +48,7 @@ int ReadPlainFile(SourceBuffer& source, const KORU_Char* name) {
                                         : DecodeFile20(source, name);
 }
 
-/// Opens wrapper after wrapper. Only the bytes of two are in memory at a time.
+/// Opens wrapper after wrapper. Besides the file, only the bytes of two are in memory at a time.
 int ReadWrappedFile(SourceBuffer& source, const KORU_Char* name) {
     ByteBuffer joined = Ktx_JoinChunks(source);
     if (!joined) return 0;

@@ -3,6 +3,7 @@
 #include <lz4.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <span>
@@ -66,15 +67,20 @@ void VisitChunks(SourceBuffer& source, std::uint32_t chunkCount, Visit&& visit) 
     }
 }
 
-/// Decompresses to zeroed bytes; a malformed block fills what it can.
+/// Decompresses to zeroed bytes. What a malformed block leaves is LZ4's to say.
 void Decompress(const Chunk& chunk, std::uint8_t* target) noexcept {
     if (chunk.data.empty() || chunk.data.size() > kMaxBlockBytes) return;
     // No block holds more than LZ4's int can count.
     const std::uint32_t capacity = std::min(chunk.decompressedBytes, kMaxBlockBytes);
     if (capacity == 0) return;
-    static_cast<void>(LZ4_decompress_safe(
+    const int decoded = LZ4_decompress_safe(
         reinterpret_cast<const char*>(chunk.data.data()), reinterpret_cast<char*>(target),
-        static_cast<int>(chunk.data.size()), static_cast<int>(capacity)));
+        static_cast<int>(chunk.data.size()), static_cast<int>(capacity));
+    if (decoded < 0) return;
+    // LZ4 copies in strides and may have written behind the end of a block that gives less.
+    constexpr std::uint32_t kStrideBytes = 64;
+    const std::uint32_t rest = capacity - static_cast<std::uint32_t>(decoded);
+    std::memset(target + decoded, 0, std::min(rest, kStrideBytes));
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ inline constexpr int kKtxMaxWrappers = 8;
 /// tags 4 + 4, compressed size 4, decompressed size 4, 16 that are not read, compressed bytes.
 ///
 /// A chunk with another tag, or one that the file cuts, ends the reading; what came before it is
-/// joined. Bytes that no chunk gave are 0.
+/// joined. Bytes that no chunk gave are 0, except behind what could be read of a malformed block.
 [[nodiscard]] ByteBuffer Ktx_JoinChunks(SourceBuffer& source) noexcept;
 
 }  // namespace koru

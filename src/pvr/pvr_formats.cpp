@@ -40,7 +40,7 @@ constexpr auto kLegacyGlFormats = std::to_array<CodeRow<PvrLegacyType, GlCode>>(
     {kPvrLegacyDxt3,                 GL_COMPRESSED_RGBA_S3TC_DXT3_EXT},
     {kPvrLegacyDxt5,                 GL_COMPRESSED_RGBA_S3TC_DXT5_EXT},
     {kPvrLegacyEtc1,                 GL_ETC1_RGB8_OES},
-    // Quirk: either kind of alpha is ETC2's, the explicit one too; such files open as they always did.
+    // Quirk: either kind of alpha is ETC2's, also the explicit one; such files open as ever.
     {kPvrLegacyEtcExplicitAlpha,     GL_COMPRESSED_RGBA8_ETC2_EAC},
     {kPvrLegacyEtcInterpolatedAlpha, GL_COMPRESSED_RGBA8_ETC2_EAC},
 });

@@ -499,6 +499,26 @@ TEST(KoruLoadWrapped, TheNextChunkGoesWhereTheToldRoomEnds) {
     EXPECT_EQ(Test_Slice(pixels, 132, 256), Test_Slice(expected, 132, 256));
 }
 
+// Matches and literals are copied in strides; nothing of them shows behind the end of the block.
+TEST(KoruLoadWrapped, ABlockShorterThanItsRoomIsFollowedByZeros) {
+    const Bytes file = MakeFileOf64Pixels();
+    for (std::size_t matchBytes = 6; matchBytes <= 40; ++matchBytes) {
+        SCOPED_TRACE(matchBytes);
+        const std::size_t literals = kPixelsAt + 8;
+        const Bytes block = Lz4Builder()
+                                .Sequence(Test_Slice(file, 0, literals), 8, matchBytes)
+                                .Finish(Bytes(5, 0xAA));
+        const auto image = Test_LoadKtx(
+            WrapperBuilder().Block(block, static_cast<std::uint32_t>(file.size())).Build(), 2);
+        ASSERT_NE(image, nullptr);
+        Bytes expected = Test_CountUp(8);
+        for (std::size_t i = 0; i < matchBytes; ++i) expected.push_back(expected[i]);
+        expected.insert(expected.end(), 5, 0xAA);
+        expected.resize(256);
+        EXPECT_EQ(Test_GetPixels(*image), expected);
+    }
+}
+
 // Literals, then a match that leads to before the block.
 TEST(KoruLoadWrapped, AMalformedBlockIsKeptAsFarAsItGoes) {
     const Bytes file = MakeFileOf64Pixels();
