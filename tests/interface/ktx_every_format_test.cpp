@@ -33,17 +33,6 @@ Bytes MakeKtx2(std::uint32_t vkFormat, std::uint32_t width, std::uint32_t height
     return Ktx2Builder().Format(vkFormat).Size(width, height).Level(payload).Build();
 }
 
-/// Bytes without a pattern that a wrong offset could hide in.
-Bytes MakeNoise(std::size_t size, std::uint32_t seed) {
-    Bytes bytes(size);
-    std::uint32_t state = seed * 2654435761u + 1;
-    for (std::uint8_t& value : bytes) {
-        state = state * 1664525 + 1013904223;
-        value = static_cast<std::uint8_t>(state >> 24);
-    }
-    return bytes;
-}
-
 // Block formats.
 
 enum class Blocks { Etc, S3tc, Astc };
@@ -182,7 +171,7 @@ TEST_P(KtxBlockFormat, ShowsEveryBlockInItsPlace) {
 TEST_P(KtxBlockFormat, PayloadBehindTheFirstImageDoesNotMatter) {
     const TestBlockImage image = format_.Make(13, 9);
     Bytes layers = image.blocks;
-    Test_Append(layers, MakeNoise(image.blocks.size() * 2 + 5, format_.gl));
+    Test_Append(layers, Test_MakeNoise(image.blocks.size() * 2 + 5, format_.gl));
     for (const Bytes& file : MakeFiles(13, 9, layers)) {
         Test_ExpectLoads(file, format_.Show(image.decoded, 13, 9), flags_);
     }
@@ -217,7 +206,7 @@ TEST_P(KtxBlockFormat, EmptyPayloadIsBlackUnlessItIsS3tc) {
 TEST_P(KtxBlockFormat, LevelsFacesAndLayersDoNotMatter) {
     const TestBlockImage image = format_.Make(6, 11);
     const TestPicture picture = format_.Show(image.decoded, 6, 11);
-    const Bytes second = MakeNoise(32, 2), third = MakeNoise(16, 3);
+    const Bytes second = Test_MakeNoise(32, 2), third = Test_MakeNoise(16, 3);
     Test_ExpectLoads(Ktx1Builder()
                          .Compressed(format_.gl)
                          .Size(6, 11)
@@ -232,12 +221,12 @@ TEST_P(KtxBlockFormat, LevelsFacesAndLayersDoNotMatter) {
                          .Size(6, 11)
                          .Set(Ktx1Field::Faces, 6)
                          .Level(image.blocks)
-                         .Raw(MakeNoise(image.blocks.size() * 5, 4))
+                         .Raw(Test_MakeNoise(image.blocks.size() * 5, 4))
                          .Build(),
                      picture, flags_);
     Bytes layers = image.blocks;
     for (std::uint32_t layer = 1; layer < 3; ++layer) {
-        Test_Append(layers, MakeNoise(image.blocks.size(), layer));
+        Test_Append(layers, Test_MakeNoise(image.blocks.size(), layer));
     }
     Test_ExpectLoads(Ktx1Builder()
                          .Compressed(format_.gl)
@@ -504,7 +493,7 @@ TEST_P(KtxPackedFormat, ShowsEveryPixel) {
             // As few bytes as may be, and enough for rows of four bytes a pixel.
             for (const std::size_t size :
                  {format.GetRequiredBytes(width, height), std::size_t{width} * height * 4 + 4}) {
-                const Bytes payload = MakeNoise(size, format.gl + width * 31 + height);
+                const Bytes payload = Test_MakeNoise(size, format.gl + width * 31 + height);
                 const TestPicture picture =
                     Test_ExpandRows(payload, size, format.bits, format.gl, width, height);
                 for (const Bytes& file : MakeFiles(width, height, payload)) {
@@ -534,7 +523,7 @@ TEST_P(KtxPackedFormat, EveryLengthOfPayloadKeepsToItsBounds) {
     const std::size_t required = format.GetRequiredBytes(5, 3);
     for (std::size_t size = required; size < required + 24; ++size) {
         SCOPED_TRACE(size);
-        const Bytes payload = MakeNoise(size, format.gl);
+        const Bytes payload = Test_MakeNoise(size, format.gl);
         for (const Bytes& file : MakeFiles(5, 3, payload)) {
             Test_ExpectLoads(file, Test_ExpandRows(payload, size, format.bits, format.gl, 5, 3));
         }
@@ -543,15 +532,15 @@ TEST_P(KtxPackedFormat, EveryLengthOfPayloadKeepsToItsBounds) {
 
 TEST_P(KtxPackedFormat, LevelsFacesAndLayersDoNotMatter) {
     const PackedFormat& format = GetParam();
-    const Bytes payload = MakeNoise(60, format.gl);
+    const Bytes payload = Test_MakeNoise(60, format.gl);
     const TestPicture picture =
         Test_ExpandRows(payload, payload.size(), format.bits, format.gl, 5, 3);
     Test_ExpectLoads(Ktx1Builder()
                          .Uncompressed(format.gl)
                          .Size(5, 3)
                          .Level(payload)
-                         .Level(MakeNoise(16, 2))
-                         .Level(MakeNoise(4, 3))
+                         .Level(Test_MakeNoise(16, 2))
+                         .Level(Test_MakeNoise(4, 3))
                          .Build(),
                      picture);
     Test_ExpectLoads(Ktx1Builder()
@@ -560,7 +549,7 @@ TEST_P(KtxPackedFormat, LevelsFacesAndLayersDoNotMatter) {
                          .Set(Ktx1Field::Faces, 6)
                          .Set(Ktx1Field::PixelDepth, 1)
                          .Level(payload)
-                         .Raw(MakeNoise(payload.size() * 5, 4))
+                         .Raw(Test_MakeNoise(payload.size() * 5, 4))
                          .Build(),
                      picture);
     if (format.vk == 0) return;
@@ -569,7 +558,7 @@ TEST_P(KtxPackedFormat, LevelsFacesAndLayersDoNotMatter) {
                          .Size(5, 3)
                          .Set(Ktx2Field::FaceCount, 6)
                          .Level(payload)
-                         .Level(MakeNoise(16, 2))
+                         .Level(Test_MakeNoise(16, 2))
                          .Build(),
                      picture);
 }

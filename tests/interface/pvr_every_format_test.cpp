@@ -75,7 +75,7 @@ TEST_P(PvrBlocks, LevelsFacesAndSurfacesDoNotMatter) {
         const TestPicture picture = format_.Show(image.decoded, width, height);
         for (const std::size_t more : {std::size_t{1}, std::size_t{8}, image.blocks.size() * 11}) {
             Bytes payload = image.blocks;
-            Test_Append(payload, Test_PvrNoise(more, 3));
+            Test_Append(payload, Test_MakeNoise(more, 3));
             for (Bytes file : format_.MakeFiles(width, height, payload)) {
                 Test_ExpectPvr(file, picture);
                 // The counts of version 3; the masks, the mip-map and the surface count before.
@@ -342,7 +342,7 @@ TEST_P(PvrPvrtc, ShowsEveryBlockInItsPlace) {
 TEST_P(PvrPvrtc, LevelsFacesAndSurfacesDoNotMatter) {
     const PvrtcImage image = Test_MakePvrtcImage(format_.is2Bpp, 16, 8, 78);
     Bytes payload = image.blocks;
-    Test_Append(payload, Test_PvrNoise(payload.size() * 7 + 3, 4));
+    Test_Append(payload, Test_MakeNoise(payload.size() * 7 + 3, 4));
     for (const Bytes& file : format_.MakeFiles(16, 8, payload)) {
         Test_ExpectPvr(file, image.picture);
     }
@@ -407,7 +407,7 @@ TEST(PvrLegacyPixels, ShowsEveryPixel) {
                 const std::uint32_t type = channels == 4 ? 18 : 21;
                 const std::size_t required = Test_GetPvrRequiredBytes(channels, width, height);
                 for (const std::size_t more : {0u, 1u, 100u}) {
-                    const Bytes payload = Test_PvrNoise(required + more, width * 31 + height);
+                    const Bytes payload = Test_MakeNoise(required + more, width * 31 + height);
                     Test_ExpectPvr(
                         MakeLegacy(type, width, height, payload),
                         Test_ExpandRows(payload, payload.size(), channels * 8, 0, width, height));
@@ -447,7 +447,7 @@ TEST_P(PvrPackedPixels, NamesGiveTheCountAndWidthsTheConversion) {
                 for (const std::size_t size :
                      {Test_GetPvrRequiredBytes(names_.count, width, height),
                       std::size_t{width} * height * 4 + 4}) {
-                    const Bytes payload = Test_PvrNoise(size, width * 31 + height);
+                    const Bytes payload = Test_MakeNoise(size, width * 31 + height);
                     Test_ExpectPvr(
                         MakePacked(names_.names, pixelBits.widths, width, height, payload),
                         Test_ShowPvrPixels(payload, pixelBits, width, height, true), {0, 2});
@@ -477,7 +477,7 @@ TEST_P(PvrPackedPixels, EveryLengthOfPayloadKeepsToItsBounds) {
     for (const PvrPixelBits& pixelBits : pixelBits_) {
         for (std::size_t size = required; size < required + 64; ++size) {
             SCOPED_TRACE(size);
-            const Bytes payload = Test_PvrNoise(size, 8);
+            const Bytes payload = Test_MakeNoise(size, 8);
             Test_ExpectPvr(MakePacked(names_.names, pixelBits.widths, 5, 3, payload),
                            Test_ShowPvrPixels(payload, pixelBits, 5, 3, true));
         }
@@ -557,7 +557,7 @@ TEST(PvrPackedRules, PixelsOfKnownBits) {
 }
 
 TEST(PvrPackedRules, TheOrderOfTheNamesDoesNotMatter) {
-    const Bytes payload = Test_PvrNoise(60, 1);
+    const Bytes payload = Test_MakeNoise(60, 1);
     for (const PvrPixelBits& pixelBits : Test_ListPvrPixelBits()) {
         const auto rgba = Test_LoadPvr(MakePacked("rgba", pixelBits.widths, 5, 3, payload), 2);
         const auto bgra = Test_LoadPvr(MakePacked("bgra", pixelBits.widths, 5, 3, payload), 2);
@@ -677,7 +677,7 @@ TEST(PvrNumbers, EveryLegacyTypeAfterEitherKindOfFile) {
 
 TEST(PvrNumbers, LegacyTypesOneAfterAnother) {
     // Whatever the order is, a file gives what it gives alone.
-    const Bytes payload = Test_PvrNoise(1024, 5);
+    const Bytes payload = Test_MakeNoise(1024, 5);
     std::vector<Bytes> alone(256);
     for (const std::uint32_t type : kLegacyTypes) {
         const auto image = Test_LoadPvr(MakeLegacy(type, 8, 8, payload), 2);
@@ -700,7 +700,7 @@ TEST(PvrNumbers, LegacyTypesOneAfterAnother) {
 }
 
 TEST(PvrNumbers, LegacyTypesAreTheLowByteAlone) {
-    const Bytes pixels = Test_PvrNoise(64, 6);
+    const Bytes pixels = Test_MakeNoise(64, 6);
     for (const std::uint32_t bits :
          {0x100u, 0x8000u, 0x10000u, 0x40000u, 0x80000000u, 0xFFFFFF00u}) {
         Test_ExpectPvr(MakeLegacy(bits | 18, 4, 4, pixels), {4, 4, pixels});

@@ -346,7 +346,7 @@ TEST_F(PvrDecoder, TheLevelTableHoldsTheWholePayload) {
         ASSERT_EQ(level.byteSize, payload.size());
         EXPECT_EQ(Bytes(level.data.Data(), level.data.Data() + level.byteSize), payload);
     };
-    const Bytes payload = Test_PvrNoise(93, 4);
+    const Bytes payload = Test_MakeNoise(93, 4);
     for (const std::uint32_t type : {24u, 32u, 54u, 14u, 12u}) {
         EXPECT_EQ(
             Read(PvrLegacyBuilder().Type(type).Size(5, 6).Data(payload).Raw({1, 2, 3}).Build()), 1);
@@ -444,7 +444,7 @@ TEST_F(PvrDecoder, LegacyPixelsComeOutTheSameInEitherState) {
     for (std::uint32_t height = 1; height <= 5; ++height) {
         for (std::uint32_t width = 1; width <= 9; ++width) {
             for (const unsigned channels : {3u, 4u}) {
-                const Bytes payload = Test_PvrNoise(
+                const Bytes payload = Test_MakeNoise(
                     Test_GetPvrRequiredBytes(channels, width, height) + width % 3, width);
                 const TestPicture picture =
                     Test_ExpandRows(payload, payload.size(), channels * 8, 0, width, height);
@@ -469,7 +469,7 @@ TEST_F(PvrDecoder, AlphaInPixelsOfFewerChannelsShowsOnlyAfterAlpha) {
                              std::to_string(Test_ToPvrWord(pixelBits.widths)));
                 for (const std::size_t size : {Test_GetPvrRequiredBytes(names.count, width, height),
                                                std::size_t{width} * height * 4}) {
-                    const Bytes payload = Test_PvrNoise(size, width);
+                    const Bytes payload = Test_MakeNoise(size, width);
                     ExpectInEitherState(
                         PvrV3Builder()
                             .Packed(names.names, pixelBits.widths)
