@@ -5,25 +5,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "astc_builder.h"
 #include "koru_image_ptr.h"
 #include "test_files.h"
+#include "test_records.h"
 
 namespace {
-
-/// A record that the library owns, with pixels 1, 2, 3, ... byte by byte.
-KoruImagePtr MakeRecord(std::uint32_t width, std::uint32_t height, std::uint32_t flags) {
-    const auto blocks = std::size_t{(width + 3) / 4} * ((height + 3) / 4);
-    const Bytes file = AstcBuilder().Size(width, height).Solid({}, blocks).Build();
-    KoruImagePtr image(
-        KORU_Load_ASTC_From_Memory(file.data(), static_cast<std::uint32_t>(file.size()), flags));
-    if (image != nullptr && image->pixels != nullptr) {
-        for (std::uint32_t i = 0; i < image->dataSize; ++i) {
-            image->pixels[i] = static_cast<std::uint8_t>(i + 1);
-        }
-    }
-    return image;
-}
 
 std::int32_t Write(const std::filesystem::path& path, KORU_Image& image) {
     return KORU_Write_ASTC_To_File(Test_ToKoruPath(path).c_str(), &image);
@@ -35,7 +21,7 @@ class KoruWriteAstc : public testing::Test {
 };
 
 TEST_F(KoruWriteAstc, WritesATwentyByteStubAndReportsFailure) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(Write(folder_ / "stub.astc", *image), 0);
     EXPECT_EQ(Test_ReadFile(folder_ / "stub.astc"),
@@ -43,7 +29,7 @@ TEST_F(KoruWriteAstc, WritesATwentyByteStubAndReportsFailure) {
 }
 
 TEST_F(KoruWriteAstc, ConvertsTheCallersRecordToRgba) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     image->bitsPerChannel = 5;
     image->reservedB = 7;
@@ -63,7 +49,7 @@ TEST_F(KoruWriteAstc, ConvertsTheCallersRecordToRgba) {
 }
 
 TEST_F(KoruWriteAstc, LeavesAnRgbaRecordAlone) {
-    const auto image = MakeRecord(2, 2, KORU_FLAG_RGBA);
+    const auto image = Test_MakeRecord(2, 2, KORU_FLAG_RGBA);
     ASSERT_NE(image, nullptr);
     const Bytes pixels = Test_GetPixels(*image);
     const std::uint8_t* before = image->pixels;
@@ -74,7 +60,7 @@ TEST_F(KoruWriteAstc, LeavesAnRgbaRecordAlone) {
 }
 
 TEST_F(KoruWriteAstc, SkipsRowPadding) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     // The same 18 bytes told as 1 x 3 with 3 bytes of padding a row.
     image->width = 1;
@@ -87,7 +73,7 @@ TEST_F(KoruWriteAstc, SkipsRowPadding) {
 }
 
 TEST_F(KoruWriteAstc, RowPaddingNeverLeadsBack) {
-    const auto image = MakeRecord(1, 2, 0);
+    const auto image = Test_MakeRecord(1, 2, 0);
     ASSERT_NE(image, nullptr);
     image->rowPadding = 0xFFFFFFFF;  // 3 + 2^32 - 1 is 2 in 32 bits
     Write(folder_ / "stub.astc", *image);
@@ -95,7 +81,7 @@ TEST_F(KoruWriteAstc, RowPaddingNeverLeadsBack) {
 }
 
 TEST_F(KoruWriteAstc, BitsPerPixelDecideWhatIsConverted) {
-    const auto rgba = MakeRecord(1, 1, KORU_FLAG_RGBA);
+    const auto rgba = Test_MakeRecord(1, 1, KORU_FLAG_RGBA);
     ASSERT_NE(rgba, nullptr);
     rgba->bytesPerPixel = 3;
     Write(folder_ / "stub.astc", *rgba);
@@ -107,7 +93,7 @@ TEST_F(KoruWriteAstc, BitsPerPixelDecideWhatIsConverted) {
 }
 
 TEST_F(KoruWriteAstc, LeavesPixelsBehindDataSizeEmpty) {
-    const auto image = MakeRecord(2, 2, 0);
+    const auto image = Test_MakeRecord(2, 2, 0);
     ASSERT_NE(image, nullptr);
     image->dataSize = 7;  // cuts the third pixel
     Write(folder_ / "stub.astc", *image);
@@ -116,7 +102,7 @@ TEST_F(KoruWriteAstc, LeavesPixelsBehindDataSizeEmpty) {
 }
 
 TEST_F(KoruWriteAstc, WithoutDataSizeWritesTheStubAndLeavesTheRecord) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     image->dataSize = 0;
     EXPECT_EQ(Write(folder_ / "stub.astc", *image), 0);
@@ -125,7 +111,7 @@ TEST_F(KoruWriteAstc, WithoutDataSizeWritesTheStubAndLeavesTheRecord) {
 }
 
 TEST_F(KoruWriteAstc, KeepsTheLowThreeBytesOfTheSize) {
-    const auto image = MakeRecord(1, 1, KORU_FLAG_RGBA);
+    const auto image = Test_MakeRecord(1, 1, KORU_FLAG_RGBA);
     ASSERT_NE(image, nullptr);
     image->width = 0xAB0D0A1A;  // bytes that a text stream would change
     image->height = 0xCD060504;
@@ -136,7 +122,7 @@ TEST_F(KoruWriteAstc, KeepsTheLowThreeBytesOfTheSize) {
 }
 
 TEST_F(KoruWriteAstc, ASizeThatCannotBeConvertedStaysAsItIs) {
-    const auto image = MakeRecord(1, 1, 0);
+    const auto image = Test_MakeRecord(1, 1, 0);
     ASSERT_NE(image, nullptr);
     image->width = 0x10000;
     image->height = 0x10000;
@@ -147,21 +133,21 @@ TEST_F(KoruWriteAstc, ASizeThatCannotBeConvertedStaysAsItIs) {
 
 TEST_F(KoruWriteAstc, ReplacesAnOlderFile) {
     Test_WriteFile(folder_ / "stub.astc", Bytes(1000, 1));
-    const auto image = MakeRecord(1, 1, 0);
+    const auto image = Test_MakeRecord(1, 1, 0);
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(Write(folder_ / "stub.astc", *image), 0);
     EXPECT_EQ(Test_ReadFile(folder_ / "stub.astc").size(), 20u);
 }
 
 TEST_F(KoruWriteAstc, TheStubIsNoTexture) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     Write(folder_ / "stub.astc", *image);
     EXPECT_EQ(KORU_Load_ASTC_From_File(Test_ToKoruPath(folder_ / "stub.astc").c_str(), 0), nullptr);
 }
 
 TEST_F(KoruWriteAstc, WritesToPathsOutsideAscii) {
-    const auto image = MakeRecord(1, 1, 0);
+    const auto image = Test_MakeRecord(1, 1, 0);
     ASSERT_NE(image, nullptr);
     const auto path = folder_ / std::filesystem::path(u"\u00FC\u56F3\U0001F4BE.astc");
     Write(path, *image);
@@ -169,7 +155,7 @@ TEST_F(KoruWriteAstc, WritesToPathsOutsideAscii) {
 }
 
 TEST_F(KoruWriteAstc, RefusedByTheFileSystemLeavesTheRecordUnconverted) {
-    const auto image = MakeRecord(1, 1, 0);
+    const auto image = Test_MakeRecord(1, 1, 0);
     ASSERT_NE(image, nullptr);
     std::filesystem::create_directory(folder_ / "folder");
     EXPECT_EQ(Write(folder_ / "folder", *image), 0);
@@ -183,7 +169,7 @@ TEST_F(KoruWriteAstc, KeepsAReadOnlyFile) {
     if (std::ofstream(path, std::ios::in).is_open()) {
         GTEST_SKIP() << "this user may write to read-only files";
     }
-    const auto image = MakeRecord(1, 1, 0);
+    const auto image = Test_MakeRecord(1, 1, 0);
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(Write(path, *image), 0);
     EXPECT_EQ(image->bitsPerPixel, 24u);
@@ -193,7 +179,7 @@ TEST_F(KoruWriteAstc, KeepsAReadOnlyFile) {
 
 #if defined(__linux__)
 TEST_F(KoruWriteAstc, SurvivesAFullDisk) {
-    const auto image = MakeRecord(2, 3, 0);
+    const auto image = Test_MakeRecord(2, 3, 0);
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(Write("/dev/full", *image), 0);
     EXPECT_EQ(image->bitsPerPixel, 32u);
