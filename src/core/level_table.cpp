@@ -29,6 +29,16 @@ int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept {
     return 1;
 }
 
+int LevelEntry_ReadPayload(LevelEntry& entry, SourceBuffer& source, std::uint32_t byteCount,
+                           std::uint32_t width, std::uint32_t height) noexcept {
+    // Asked before memory is, so that a size of no substance costs nothing.
+    if (byteCount > Source_GetRemaining(source)) return 0;
+    if (LevelEntry_SetSize(entry, byteCount) == 0) return 0;
+    entry.levelWidth = width;
+    entry.levelHeight = height;
+    return Source_Read(source, entry.data.Data(), byteCount);
+}
+
 ByteBuffer LevelEntry_TakeData(LevelEntry& entry) noexcept {
     entry.byteSize = 0;
     return std::move(entry.data);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "core/byte_buffer.h"
+#include "core/source_buffer.h"
 
 namespace koru {
 
@@ -31,6 +32,12 @@ void LevelTable_Release(LevelTable& table) noexcept;
 /// Replaces the payload by `byteCount` bytes with undefined contents: 1. A count of 0 changes
 /// nothing and gives 0; no memory gives 0 and leaves the entry without payload.
 [[nodiscard]] int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept;
+
+/// Replaces the payload by the next `byteCount` bytes of the source, and sets the entry's
+/// extents: 1. 0 if the source has fewer bytes, for a count of 0, or without memory.
+[[nodiscard]] int LevelEntry_ReadPayload(LevelEntry& entry, SourceBuffer& source,
+                                         std::uint32_t byteCount, std::uint32_t width,
+                                         std::uint32_t height) noexcept;
 
 /// Gives the payload away; the entry is then without one.
 [[nodiscard]] ByteBuffer LevelEntry_TakeData(LevelEntry& entry) noexcept;

@@ -11,23 +11,19 @@ namespace koru {
 namespace {
 
 /// Copies the payload into the entry; an absent one leaves it empty.
-bool ReadPayload(SourceBuffer& source, const KtxContents& contents, LevelEntry& level) noexcept {
+int ReadPayload(SourceBuffer& source, const KtxContents& contents, LevelEntry& level) noexcept {
     const KtxLevelRange& range = contents.level;
-    if (!range.isPresent) return true;
+    if (!range.isPresent) return 1;
     Source_Seek(source, range.byteOffset);
-    // Asked before memory is, so that a size of no substance costs nothing.
-    if (range.byteSize > Source_GetRemaining(source)) return false;
-    if (LevelEntry_SetSize(level, range.byteSize) == 0) return false;
-    level.levelWidth = contents.width;
-    level.levelHeight = contents.height;
-    return Source_Read(source, level.data.Data(), range.byteSize) != 0;
+    return LevelEntry_ReadPayload(level, source, range.byteSize, contents.width, contents.height);
 }
 
 int DecodeContents(SourceBuffer& source, const std::optional<KtxContents>& contents) noexcept {
     LevelTable& levels = g_ktxState.levels;
     if (LevelTable_CreateSingleLevel(levels) == 0 || !contents) return 0;
     LevelEntry& level = levels.entries[0];
-    return ReadPayload(source, *contents, level) ? Ktx_DecodePixels(*contents, level) : 0;
+    if (ReadPayload(source, *contents, level) == 0) return 0;
+    return Ktx_DecodePixels(*contents, level);
 }
 
 }  // namespace

@@ -59,21 +59,17 @@ int DecodePixels(const PvrContents& contents, LevelEntry& level) noexcept {
 }
 
 /// Copies the payload at the source's offset into the entry; one of no bytes leaves it empty.
-bool ReadPayload(SourceBuffer& source, const PvrContents& contents, LevelEntry& level) noexcept {
-    if (contents.payloadBytes == 0) return true;
-    // Asked before memory is, so that a size of no substance costs nothing.
-    if (contents.payloadBytes > Source_GetRemaining(source)) return false;
-    if (LevelEntry_SetSize(level, contents.payloadBytes) == 0) return false;
-    level.levelWidth = contents.width;
-    level.levelHeight = contents.height;
-    return Source_Read(source, level.data.Data(), contents.payloadBytes) != 0;
+int ReadPayload(SourceBuffer& source, const PvrContents& contents, LevelEntry& level) noexcept {
+    if (contents.payloadBytes == 0) return 1;
+    return LevelEntry_ReadPayload(level, source, contents.payloadBytes, contents.width,
+                                  contents.height);
 }
 
 int DecodeContents(SourceBuffer& source, const std::optional<PvrContents>& contents) noexcept {
     LevelTable& levels = g_pvrState.levels;
     if (LevelTable_CreateSingleLevel(levels) == 0 || !contents) return 0;
     LevelEntry& level = levels.entries[0];
-    if (!ReadPayload(source, *contents, level)) return 0;
+    if (ReadPayload(source, *contents, level) == 0) return 0;
     // Only version-3 headers may say so: nothing to decode, and no failure.
     if (contents->width == 0 || contents->height == 0) return 1;
     return DecodePixels(*contents, level);
