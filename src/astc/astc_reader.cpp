@@ -15,8 +15,6 @@ constinit FormatState g_astcState;
 
 namespace {
 
-constexpr std::uint32_t kRgbaBytes = 4;
-
 constexpr std::uint64_t DivideUp(std::uint32_t value, std::uint32_t divisor) noexcept {
     return (std::uint64_t{value} + divisor - 1) / divisor;
 }

@@ -11,9 +11,6 @@
 namespace koru {
 namespace {
 
-constexpr std::uint32_t kRgbBytes = 3;
-constexpr std::uint32_t kRgbaBytes = 4;
-
 /// Bytes in memory order; no conversion by format.
 constexpr ChannelLayout kPlainLayout = Layout_FromMasks(kRgbaByteMasks, 0);
 

@@ -54,6 +54,10 @@ constexpr void Bytes_StoreLe32(std::span<std::uint8_t, N> bytes, std::uint32_t v
     bytes[Offset + 3] = static_cast<std::uint8_t>(value >> 24);
 }
 
+/// Bytes of a pixel in memory.
+inline constexpr std::uint32_t kRgbBytes = 3;
+inline constexpr std::uint32_t kRgbaBytes = 4;
+
 /// a * b, or nothing if the product does not fit the 32-bit size fields.
 [[nodiscard]] constexpr std::optional<std::uint32_t> Size_Mul32(std::uint32_t a,
                                                                 std::uint32_t b) noexcept {

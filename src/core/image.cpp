@@ -10,8 +10,6 @@
 namespace koru {
 namespace {
 
-constexpr std::uint32_t kRgbBytes = 3;
-constexpr std::uint32_t kRgbaBytes = 4;
 constexpr std::uint8_t kOpaque = 255;
 
 /// A record with every size set and no pixels; null as Image_FromSurface says.

@@ -10,8 +10,6 @@ namespace {
 
 using ChannelMasks = std::array<std::uint32_t, 4>;
 
-constexpr std::uint32_t kDepthStencil = kGlDepth | kGlStencil;
-
 constexpr std::int32_t kUnknownComponentCount = 0;
 
 // clang-format off
@@ -64,7 +62,7 @@ constexpr auto kFormatSizes = std::to_array<CodeRow<GlCode, GlFormatSize>>({
     {GL_RGB32F,                                      {0,                0,  96,  1,  1, 1, 1, 1}},
     {GL_RGBA16F,                                     {0,                0,  64,  1,  1, 1, 1, 1}},
     {GL_RGB16F,                                      {0,                0,  48,  1,  1, 1, 1, 1}},
-    {GL_DEPTH24_STENCIL8,                            {kDepthStencil,    0,  32,  1,  1, 1, 1, 1}},
+    {GL_DEPTH24_STENCIL8,                            {kGlDepthStencil,  0,  32,  1,  1, 1, 1, 1}},
     {GL_COMPRESSED_SRGB_PVRTC_2BPPV1_EXT,            {kGlCompressed,    0,  64,  8,  4, 1, 2, 2}},
     {GL_COMPRESSED_SRGB_PVRTC_4BPPV1_EXT,            {kGlCompressed,    0,  64,  4,  4, 1, 2, 2}},
     {GL_COMPRESSED_SRGB_ALPHA_PVRTC_2BPPV1_EXT,      {kGlCompressed,    0,  64,  8,  4, 1, 2, 2}},
@@ -98,7 +96,7 @@ constexpr auto kFormatSizes = std::to_array<CodeRow<GlCode, GlFormatSize>>({
     {GL_ATC_RGB_AMD,                                 {kGlCompressed,    0,  64,  4,  4, 1, 1, 1}},
     {GL_ATC_RGBA_EXPLICIT_ALPHA_AMD,                 {kGlCompressed,    0, 128,  4,  4, 1, 1, 1}},
     {GL_DEPTH_COMPONENT32F,                          {kGlDepth,         0,  32,  1,  1, 1, 1, 1}},
-    {GL_DEPTH32F_STENCIL8,                           {kDepthStencil,    0,  64,  1,  1, 1, 1, 1}},
+    {GL_DEPTH32F_STENCIL8,                           {kGlDepthStencil,  0,  64,  1,  1, 1, 1, 1}},
     {GL_STENCIL_INDEX1,                              {kGlStencil,       0,   1,  1,  1, 1, 1, 1}},
     {GL_STENCIL_INDEX4,                              {kGlStencil,       0,   4,  1,  1, 1, 1, 1}},
     {GL_STENCIL_INDEX8,                              {kGlStencil,       0,   8,  1,  1, 1, 1, 1}},
@@ -118,7 +116,7 @@ constexpr auto kFormatSizes = std::to_array<CodeRow<GlCode, GlFormatSize>>({
     {GL_RGBA8I,                                      {0,                0,  32,  1,  1, 1, 1, 1}},
     {GL_RGB8I,                                       {0,                0,  24,  1,  1, 1, 1, 1}},
     {GL_DEPTH_COMPONENT32F_NV,                       {kGlDepth,         0,  32,  1,  1, 1, 1, 1}},
-    {GL_DEPTH32F_STENCIL8_NV,                        {kDepthStencil,    0,  64,  1,  1, 1, 1, 1}},
+    {GL_DEPTH32F_STENCIL8_NV,                        {kGlDepthStencil,  0,  64,  1,  1, 1, 1, 1}},
     {GL_COMPRESSED_RED_RGTC1,                        {kGlCompressed,    0,  64,  4,  4, 1, 1, 1}},
     {GL_COMPRESSED_SIGNED_RED_RGTC1,                 {kGlCompressed,    0,  64,  4,  4, 1, 1, 1}},
     {GL_COMPRESSED_RG_RGTC2,                         {kGlCompressed,    0, 128,  4,  4, 1, 1, 1}},
@@ -337,6 +335,13 @@ std::uint32_t Gl_GetBitsPerPixel(std::uint32_t glInternalFormat) noexcept {
 void Gl_SetChannelMasks(ChannelLayout& layout, std::uint32_t glInternalFormat) noexcept {
     layout.masks = CodeTable_Get(kPackedMasks, glInternalFormat, kRgbaByteMasks);
     layout.glFormat = glInternalFormat;
+}
+
+ChannelLayout Gl_GetChannelLayout(std::uint32_t glInternalFormat) noexcept {
+    ChannelLayout layout;
+    Gl_SetChannelMasks(layout, glInternalFormat);
+    Layout_Derive(layout);
+    return layout;
 }
 
 }  // namespace koru

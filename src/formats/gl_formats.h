@@ -14,6 +14,7 @@ enum GlFormatFlags : std::uint32_t {
     kGlPalettized = 0x4,
     kGlDepth = 0x8,
     kGlStencil = 0x10,
+    kGlDepthStencil = kGlDepth | kGlStencil,
 };
 
 /// How a format's pixels are stored.
@@ -46,5 +47,8 @@ inline constexpr GlFormatSize kGlUnknownSize{};
 /// Sets the layout's masks and its GL format code; what derives from the masks stays as it is.
 /// A format without masks of its own gets those of the bytes R, G, B, A.
 void Gl_SetChannelMasks(ChannelLayout& layout, std::uint32_t glInternalFormat) noexcept;
+
+/// The layout with these masks, and what derives from them.
+[[nodiscard]] ChannelLayout Gl_GetChannelLayout(std::uint32_t glInternalFormat) noexcept;
 
 }  // namespace koru

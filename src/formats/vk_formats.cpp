@@ -13,7 +13,6 @@ constexpr GlCode kNoGlFormat = GL_INVALID_VALUE;
 
 // X8: the depth shares its word with unused bits.
 constexpr std::uint32_t kPackedDepth = kGlPacked | kGlDepth;
-constexpr std::uint32_t kDepthStencil = kGlDepth | kGlStencil;
 
 // clang-format off
 constexpr auto kFormatSizes = std::to_array<CodeRow<VkFormat, GlFormatSize>>({
@@ -145,9 +144,9 @@ constexpr auto kFormatSizes = std::to_array<CodeRow<VkFormat, GlFormatSize>>({
     {VK_FORMAT_X8_D24_UNORM_PACK32,         {kPackedDepth,  0,  32,  1,  1, 1, 1, 1}},
     {VK_FORMAT_D32_SFLOAT,                  {kGlDepth,      0,  32,  1,  1, 1, 1, 1}},
     {VK_FORMAT_S8_UINT,                     {kGlStencil,    0,   8,  1,  1, 1, 1, 1}},
-    {VK_FORMAT_D16_UNORM_S8_UINT,           {kDepthStencil, 0,  24,  1,  1, 1, 1, 1}},
-    {VK_FORMAT_D24_UNORM_S8_UINT,           {kDepthStencil, 0,  32,  1,  1, 1, 1, 1}},
-    {VK_FORMAT_D32_SFLOAT_S8_UINT,          {kDepthStencil, 0,  64,  1,  1, 1, 1, 1}},
+    {VK_FORMAT_D16_UNORM_S8_UINT,         {kGlDepthStencil, 0,  24,  1,  1, 1, 1, 1}},
+    {VK_FORMAT_D24_UNORM_S8_UINT,         {kGlDepthStencil, 0,  32,  1,  1, 1, 1, 1}},
+    {VK_FORMAT_D32_SFLOAT_S8_UINT,        {kGlDepthStencil, 0,  64,  1,  1, 1, 1, 1}},
     {VK_FORMAT_BC1_RGB_UNORM_BLOCK,         {kGlCompressed, 0,  64,  4,  4, 1, 1, 1}},
     {VK_FORMAT_BC1_RGB_SRGB_BLOCK,          {kGlCompressed, 0,  64,  4,  4, 1, 1, 1}},
     {VK_FORMAT_BC1_RGBA_UNORM_BLOCK,        {kGlCompressed, 0,  64,  4,  4, 1, 1, 1}},

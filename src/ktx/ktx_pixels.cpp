@@ -1,7 +1,6 @@
 #include "ktx/ktx_pixels.h"
 
 #include "blocks/payload.h"
-#include "core/channel_layout.h"
 #include "formats/gl_formats.h"
 #include "ktx/ktx_state.h"
 #include "ktx/ktx_way.h"
@@ -15,15 +14,6 @@ int DecodeEtc(const PayloadTarget& target, const KtxContents& contents,
     // it; the sticky alpha flag follows.
     if (contents.version == KtxVersion::Ktx20 && !level.data) return Payload_MakeBlank(target, 0);
     return Payload_DecodeEtc(target, level, contents.glInternalFormat, EtcComponents::OfFormat);
-}
-
-int ExpandPacked(const PayloadTarget& target, const KtxContents& contents, LevelEntry& level,
-                 std::uint32_t componentCount) noexcept {
-    ChannelLayout layout;
-    Gl_SetChannelMasks(layout, contents.glInternalFormat);
-    Layout_Derive(layout);
-    return Payload_ExpandPacked(target, level, componentCount,
-                                Gl_GetBitsPerPixel(contents.glInternalFormat), layout);
 }
 
 }  // namespace
@@ -46,7 +36,9 @@ int Ktx_DecodePixels(const KtxContents& contents, LevelEntry& level) noexcept {
                 {contents.formatSize.blockWidth, contents.formatSize.blockHeight,
                  contents.formatSize.blockDepth});
         case KtxWay::Packed:
-            return ExpandPacked(target, contents, level, way.componentCount);
+            return Payload_ExpandPacked(target, level, way.componentCount,
+                                        Gl_GetBitsPerPixel(contents.glInternalFormat),
+                                        Gl_GetChannelLayout(contents.glInternalFormat));
         case KtxWay::None:
             break;
     }

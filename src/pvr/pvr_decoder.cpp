@@ -6,7 +6,6 @@
 #include "blocks/payload.h"
 #include "core/byte_buffer.h"
 #include "core/bytes.h"
-#include "core/channel_layout.h"
 #include "formats/gl_formats.h"
 #include "pvr/pvr_contents.h"
 #include "pvr/pvr_state.h"
@@ -14,8 +13,6 @@
 
 namespace koru {
 namespace {
-
-constexpr std::uint32_t kRgbaBytes = 4;
 
 int DecodePvrtc(const PayloadTarget& target, const LevelEntry& level, bool is2Bpp) noexcept {
     const auto neededBytes = Pvrtc_GetPayloadBytes(is2Bpp, target.width, target.height);
@@ -38,13 +35,9 @@ int DecodePixels(const PvrContents& contents, LevelEntry& level) noexcept {
                                .member = ExpandMember::Pvr};
     const PvrPixelWay& way = contents.way;
     switch (way.way) {
-        case PvrWay::Packed: {
-            ChannelLayout layout;
-            Gl_SetChannelMasks(layout, way.glFormat);
-            Layout_Derive(layout);
+        case PvrWay::Packed:
             return Payload_ExpandPacked(target, level, way.componentCount, way.bitsPerPixel,
-                                        layout);
-        }
+                                        Gl_GetChannelLayout(way.glFormat));
         case PvrWay::Pvrtc:
             return DecodePvrtc(target, level, way.is2Bpp);
         case PvrWay::Etc:

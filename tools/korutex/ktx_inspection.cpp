@@ -20,13 +20,13 @@
 namespace koru_host {
 namespace {
 
+using koru::kRgbaBytes;
+using koru::kRgbBytes;
 using koru::KtxHeaderFault;
 using koru::KtxWay;
 
 constexpr std::uint32_t kSwappedEndianness = 0x01020304;
 constexpr std::uint64_t kAstcBlockBytes = 16;
-constexpr std::uint32_t kRgbBytes = 3;
-constexpr std::uint32_t kRgbaBytes = 4;
 
 /// The file from its start.
 koru::SourceBuffer Inspect_Open(std::span<const std::uint8_t> bytes) {

@@ -16,11 +16,11 @@
 namespace koru_host {
 namespace {
 
+using koru::kRgbaBytes;
+using koru::kRgbBytes;
 using koru::PvrWay;
 
 constexpr std::uint32_t kOrientationKey = 3;
-constexpr std::uint32_t kRgbBytes = 3;
-constexpr std::uint32_t kRgbaBytes = 4;
 
 using ChannelNames = std::array<std::uint8_t, 4>;
 constexpr ChannelNames kBgra{'b', 'g', 'r', 'a'};
