@@ -123,9 +123,10 @@ KORU_API void KORU_Exit(void);
  * size    Bytes; 0 fails.
  * flags   KORU_FLAG_* values.
  * result  A record that the caller owns and passes to KORU_Delete_Image. NULL on any failure: a bad
- *         argument; no such file, an empty one or one of 4 GiB and more; another container or a
- *         header field out of its range; a pixel format that is not decoded; too short a payload;
- *         pixels of 4 GiB and more; no memory.
+ *         argument; no such file, none that is regular (a folder, a pipe, a device; POSIX), an
+ *         empty one or one of 4 GiB and more; another container or a header field out of its
+ *         range; a pixel format that is not decoded; too short a payload; pixels of 4 GiB and more;
+ *         no memory.
  *
  * Calls must not overlap in time, whatever the format (see the top of this file).
  */
@@ -246,6 +247,8 @@ KORU_API KORU_Image* KORU_Load_PVR_From_Memory(const uint8_t* data, uint32_t siz
 /* Writing. Every writer borrows the record, and none creates a file without a path, an image or
  * pixels, or with a width or height of 0: the result is then 0. A write that fails after the file
  * was opened leaves what was written so far. Calls must not overlap in time with other calls.
+ * POSIX: a pipe is waited for until it has a reader. Signals are the host's: one that writes to
+ * pipes, or under a limit of file sizes, ignores SIGPIPE and SIGXFSZ, and the result is then 0.
  */
 
 /**

@@ -6,7 +6,10 @@
 #include "core/bytes.h"
 
 #if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 
@@ -75,11 +78,24 @@ ByteBuffer ToUtf8(const char16_t* path) noexcept {
     return utf8;
 }
 
+/// Only regular files have the size that reading begins with. Opening does not wait: neither for
+/// the other end of a pipe nor for a device.
+std::FILE* OpenForReading(const char* path) noexcept {
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    struct stat status {};
+    std::FILE* file = nullptr;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) file = fdopen(descriptor, "rb");
+    if (file == nullptr) close(descriptor);
+    return file;
+}
+
 std::FILE* OpenStream(const KORU_Char* path, FileMode mode) noexcept {
     const ByteBuffer utf8 = ToUtf8(path);
     if (!utf8) return nullptr;
-    return std::fopen(reinterpret_cast<const char*>(utf8.Data()),
-                      mode == FileMode::Read ? "rb" : "wb");
+    const char* const name = reinterpret_cast<const char*>(utf8.Data());
+    // A stream without memory must not touch an old file, so fopen it is: its memory comes first.
+    return mode == FileMode::Read ? OpenForReading(name) : std::fopen(name, "wb");
 }
 
 int SeekStream(std::FILE* file, std::int64_t offset, int origin) noexcept {

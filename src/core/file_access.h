@@ -20,7 +20,8 @@ enum class FileMode { Read, Write };
 
 /// Opens a file in binary mode ("rb" or "wb"), without a stream buffer: every transfer here is one
 /// large call, and a write that fails does so at once. Null if it cannot be opened; so is a path
-/// with half of a surrogate pair, except on Windows, where file names may hold one.
+/// with half of a surrogate pair, except on Windows, where file names may hold one. Elsewhere,
+/// reading opens regular files only, and a pipe to write to is waited for until it has a reader.
 [[nodiscard]] FileHandle File_Open(const KORU_Char* path, FileMode mode) noexcept;
 
 /// The size in bytes, with the position back at the start; nothing if the stream has no size or
