@@ -9,12 +9,17 @@
 
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include "astc_builder.h"
 #include "heap_faults.h"
 #include "koru_image_ptr.h"
 #include "ktx_builder.h"
+#include "pvr_builder.h"
+#include "pvr_expectations.h"
 #include "test_files.h"
 #include "test_records.h"
 #include "wrapper_builder.h"
@@ -26,6 +31,20 @@ const Bytes kFile = AstcBuilder().Size(5, 5).Solid({1, 2, 3, 4}, 4).Build();
 KORU_Image* LoadMemory(std::uint32_t flags) {
     return KORU_Load_ASTC_From_Memory(kFile.data(), static_cast<std::uint32_t>(kFile.size()),
                                       flags);
+}
+
+/// The two ways into one format.
+struct LoadDoors {
+    KORU_Image* (*fromMemory)(const std::uint8_t*, std::uint32_t, std::uint32_t);
+    KORU_Image* (*fromFile)(const KORU_Char*, std::uint32_t);
+};
+constexpr LoadDoors kAstcDoors{KORU_Load_ASTC_From_Memory, KORU_Load_ASTC_From_File};
+constexpr LoadDoors kKtxDoors{KORU_Load_KTX_From_Memory, KORU_Load_KTX_From_File};
+constexpr LoadDoors kPvrDoors{KORU_Load_PVR_From_Memory, KORU_Load_PVR_From_File};
+
+std::ptrdiff_t CountDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
 }
 
 class AllocationFailure : public testing::Test {
@@ -42,6 +61,7 @@ class AllocationFailure : public testing::Test {
     void FailEach(const std::function<KORU_Image*()>& load, std::size_t atLeast,
                   std::uint8_t firstByte = 1) {
         KoruImagePtr(load()).reset();  // what a first load leaves behind is there
+        const std::ptrdiff_t openBefore = CountDescriptors();
         const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
         std::size_t failed = 0;
         for (std::size_t n = 1;; ++n) {
@@ -64,7 +84,28 @@ class AllocationFailure : public testing::Test {
             }
         }
         EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
+        EXPECT_EQ(CountDescriptors(), openBefore) << "a file stays open";
         EXPECT_GE(failed, atLeast);
+    }
+
+    /// From memory in every layout, and from a file, which takes the path, the stream and the
+    /// file's bytes besides. `atLeast` is for RGBA; the other layouts have three in any case.
+    void FailEachWay(const LoadDoors& doors, const Bytes& file, std::size_t atLeast,
+                     std::uint8_t firstByte) {
+        for (const std::uint32_t flags : {KORU_FLAG_RGBA, 0u, KORU_FLAG_HEADER_ONLY}) {
+            SCOPED_TRACE(flags);
+            FailEach(
+                [&] {
+                    return doors.fromMemory(file.data(), static_cast<std::uint32_t>(file.size()),
+                                            flags);
+                },
+                flags == KORU_FLAG_RGBA ? atLeast : 3, firstByte);
+        }
+        SCOPED_TRACE("from a file");
+        Test_WriteFile(folder_ / "file", file);
+        const KoruPath path = Test_ToKoruPath(folder_ / "file");
+        FailEach([&] { return doors.fromFile(path.c_str(), KORU_FLAG_RGBA); }, atLeast + 3,
+                 firstByte);
     }
 
     TempFolder folder_;
@@ -83,6 +124,11 @@ TEST_F(AllocationFailure, OfALoadFromMemoryAsRgb) {
 
 TEST_F(AllocationFailure, OfAHeaderOnlyLoad) {
     FailEach([] { return LoadMemory(KORU_FLAG_HEADER_ONLY); }, 5);
+}
+
+// A footprint that there is none of gives transparent black, without a codec.
+TEST_F(AllocationFailure, OfABlankAstcImage) {
+    FailEachWay(kAstcDoors, AstcBuilder().Blocks(7, 7).Size(5, 5).Raw(16).Build(), 4, 0);
 }
 
 // The path, the stream and the file's bytes besides.
@@ -120,14 +166,66 @@ TEST_F(AllocationFailure, OfEveryWayOfKtx) {
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        for (std::uint32_t flags : {KORU_FLAG_RGBA, 0u, KORU_FLAG_HEADER_ONLY}) {
-            FailEach(
-                [&] {
-                    return KORU_Load_KTX_From_Memory(
-                        test.file.data(), static_cast<std::uint32_t>(test.file.size()), flags);
-                },
-                flags == KORU_FLAG_RGBA ? test.atLeast : 3, test.firstByte);
+        FailEachWay(kKtxDoors, test.file, test.atLeast, test.firstByte);
+    }
+}
+
+// As of KTX; PVRTC is decoded into a buffer of its own, too.
+TEST_F(AllocationFailure, OfEveryWayOfPvr) {
+    struct Case {
+        std::string name;
+        Bytes file;
+        std::uint8_t firstByte;
+        std::size_t atLeast;
+    };
+    const Bytes grey{0x80, 0x80, 0x80, 0, 0, 0, 0, 0};  // ETC: 136 and a modifier of 2
+    const Bytes alphaAndGrey{9, 0, 0, 0, 0, 0, 0, 0, 0x80, 0x80, 0x80, 0, 0, 0, 0, 0};
+    const Bytes white{0xFF, 0xFF, 0, 0, 0, 0, 0, 0};
+    const Bytes alphaAndWhite{0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0};
+    const auto v3 = [](std::uint32_t number) { return PvrV3Builder().Compressed(number); };
+    const auto legacy = [](std::uint32_t type) { return PvrLegacyBuilder().Type(type); };
+    const PvrChannelWidths eights{8, 8, 8, 8};
+    std::vector<Case> cases{
+        {"S3TC, three components", v3(7).Data(white).Build(), 255, 4},
+        {"S3TC, rows padded", v3(7).Size(3, 4).Data(white).Build(), 255, 5},
+        {"S3TC, legacy", legacy(32).Data(white).Build(), 255, 4},
+        {"DXT3", v3(9).Data(alphaAndWhite).Build(), 255, 4},
+        {"DXT3, legacy", legacy(34).Data(alphaAndWhite).Build(), 255, 4},
+        {"DXT5", v3(11).Data(alphaAndWhite).Build(), 255, 4},
+        {"DXT5, legacy", legacy(36).Data(alphaAndWhite).Build(), 255, 4},
+        {"ETC1", v3(6).Data(grey).Build(), 138, 5},
+        {"ETC1, legacy", legacy(54).Data(grey).Build(), 138, 5},
+        {"ETC, rows padded", v3(22).Size(3, 4).Data(grey).Build(), 138, 5},
+        {"ETC with alpha", v3(23).Data(alphaAndGrey).Build(), 138, 4},
+        {"ETC with alpha, legacy", legacy(55).Data(alphaAndGrey).Build(), 138, 4},
+        {"ETC with alpha, cropped", v3(23).Size(3, 3).Data(alphaAndGrey).Build(), 138, 4},
+        {"EAC, black", v3(26).Data(Bytes(16)).Build(), 0, 5},
+        {"ETC, no payload", v3(6).Build(), 0, 3},
+        {"packed, handed over", PvrV3Builder().Packed("rgba", eights).Data(Bytes(64, 7)).Build(), 7,
+         3},
+        {"packed, handed over, legacy", legacy(18).Data(Bytes(64, 7)).Build(), 7, 3},
+        {"packed, three channels", legacy(21).Data(Bytes(48, 7)).Build(), 7, 4},
+        {"packed, converted",
+         PvrV3Builder().Packed("rgba", {4, 4, 4, 4}).Data(Bytes(64, 0x77)).Build(), 0x77, 4},
+        {"packed, black",
+         PvrV3Builder().Packed("rgba", {16, 16, 16, 16}).Data(Bytes(128, 7)).Build(), 0, 4},
+        {"metadata",
+         PvrV3Builder()
+             .Packed("rgba", eights)
+             .Metadata(kTestPvrV3Word, 3, {0, 1, 0})
+             .Data(Bytes(64, 7))
+             .Build(),
+         7, 3},
+    };
+    for (const PvrtcFormat& format : Test_ListPvrtcFormats()) {
+        const PvrtcImage image = Test_MakePvrtcImage(format.is2Bpp, 16, 8, 1);
+        for (const Bytes& file : format.MakeFiles(16, 8, image.blocks)) {
+            cases.push_back({format.name, file, image.picture.rgba[0], 4});
         }
+    }
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        FailEachWay(kPvrDoors, test.file, test.atLeast, test.firstByte);
     }
 }
 
@@ -197,6 +295,45 @@ TEST_F(AllocationFailure, OfAWriteOfRows) {
         EXPECT_GE(refused, 2) << "the path, the stream";
         EXPECT_EQ(unaligned, 1);
         EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
+    }
+}
+
+// Nothing to align or to convert: without path and stream there is no file, with them it is whole.
+TEST_F(AllocationFailure, OfAWriteOfRgba) {
+    struct Writer {
+        const char* name;
+        std::int32_t (*write)(const KORU_Char*, KORU_Image*);
+        std::int32_t result;
+        std::size_t fileBytes;
+    };
+    for (const Writer& writer : {Writer{"astc", KORU_Write_ASTC_To_File, 0, 20},
+                                 Writer{"ktx", KORU_Write_KTX_To_File, 1, 96 + 24},
+                                 Writer{"pvr", KORU_Write_PVR_To_File, 1, 56 + 24}}) {
+        SCOPED_TRACE(writer.name);
+        const auto target = folder_ / writer.name;
+        const KoruPath path = Test_ToKoruPath(target);
+        const auto image = Test_MakeRecord(3, 2, KORU_FLAG_RGBA);
+        ASSERT_NE(image, nullptr);
+        const KORU_Image before = *image;
+        const std::ptrdiff_t openBefore = CountDescriptors();
+        const std::ptrdiff_t liveBefore = HeapFaults_GetLiveBlocks();
+        std::size_t n = 1;
+        for (bool isWritten = false; !isWritten; ++n) {
+            SCOPED_TRACE(n);
+            Test_WriteFile(target, {1, 2, 3});
+            HeapFaults_Arm(n);
+            const std::int32_t result = writer.write(path.c_str(), image.get());
+            isWritten = HeapFaults_Disarm() < n;
+            EXPECT_EQ(result, isWritten ? writer.result : 0);
+            // An old file that cannot be replaced stays.
+            EXPECT_EQ(std::filesystem::file_size(target), isWritten ? writer.fileBytes : 3u);
+            Test_ExpectUntouched(*image, before);
+            EXPECT_EQ(Test_GetPixels(*image), Test_CountUp(24));
+            EXPECT_EQ(writer.write(path.c_str(), image.get()), writer.result);
+        }
+        EXPECT_GE(n, 4u) << "path, stream, then none";
+        EXPECT_EQ(HeapFaults_GetLiveBlocks(), liveBefore) << "a leak";
+        EXPECT_EQ(CountDescriptors(), openBefore) << "a file stays open";
     }
 }
 
@@ -410,6 +547,22 @@ TEST(PeakMemory, OfAWrapperThatPromisesMoreIsNotTouched) {
         EXPECT_LT(MeasureResidentBytes(WrapperBuilder().Block(block, size).Build(), &isRight),
                   kHugePages);
         EXPECT_TRUE(isRight) << size;
+    }
+}
+
+// The bytes of a file that is too large are not asked for.
+TEST(PeakMemory, OfAFileOf5GiBStaysSmall) {
+    TempFolder folder;
+    Test_WriteFile(folder / "sparse", kFile);
+    std::error_code error;
+    std::filesystem::resize_file(folder / "sparse", std::uint64_t{5} << 30, error);
+    if (error) GTEST_SKIP() << "no sparse files of such a size here: " << error.message();
+    const KoruPath path = Test_ToKoruPath(folder / "sparse");
+    for (const LoadDoors& doors : {kAstcDoors, kKtxDoors, kPvrDoors}) {
+        HeapFaults_Arm(0);
+        EXPECT_EQ(doors.fromFile(path.c_str(), 2), nullptr);
+        HeapFaults_Disarm();
+        EXPECT_LT(HeapFaults_GetPeakBytes(), 4096u);
     }
 }
 
