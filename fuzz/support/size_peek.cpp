@@ -21,8 +21,10 @@ std::uint32_t Load(Bytes file, std::size_t offset) {
     return koru::Bytes_LoadLeAt<Count>(file.data() + offset);
 }
 
-bool IsMany(std::uint32_t width, std::uint32_t height) {
-    return std::uint64_t{width} * height > kFuzzMostPixels;
+/// Sizes of 4 GiB and more are refused, which takes no memory.
+bool IsHuge(std::uint32_t width, std::uint32_t height) {
+    const std::uint64_t pixelCount = std::uint64_t{width} * height;
+    return pixelCount > kFuzzMostPixels && pixelCount <= UINT32_MAX / 3;
 }
 
 /// What a KTX file's header claims.
@@ -69,12 +71,12 @@ std::optional<std::uint64_t> SumChunks(Bytes file) {
 
 bool Fuzz_MayBeHugeAstc(Bytes file) {
     // A footprint without meaning may have 255 x 255 texels and more.
-    return file.size() >= 16 && IsMany(Load<3>(file, 7), Load<3>(file, 10));
+    return file.size() >= 16 && IsHuge(Load<3>(file, 7), Load<3>(file, 10));
 }
 
 bool Fuzz_MayBeHugeKtx(Bytes file) {
     const auto claim = ReadKtxClaim(file);
-    if (!claim || !IsMany(claim->width, claim->height)) return false;
+    if (!claim || !IsHuge(claim->width, claim->height)) return false;
     // Other ways ask for a payload that grows with the pixels, and inputs are small.
     return claim->way == koru::KtxWay::Etc || claim->way == koru::KtxWay::Astc;
 }
@@ -93,7 +95,7 @@ bool Fuzz_MayBeHugePvr(Bytes file) {
     if (file.size() < 52 || Load<4>(file, 0) != kVersion3 || Load<4>(file, 12) != 0) return false;
     const std::uint32_t format = Load<4>(file, 8);
     const bool isEtc = format == kEtc1 || (format >= kFirstEtc2 && format <= kLastEac);
-    return isEtc && IsMany(Load<4>(file, 28), Load<4>(file, 24));
+    return isEtc && IsHuge(Load<4>(file, 28), Load<4>(file, 24));
 }
 
 std::optional<FuzzUnwrapped> Fuzz_Unwrap(Bytes file) {

@@ -10,8 +10,8 @@
 /// Pixels that a record of a target may have.
 inline constexpr std::uint64_t kFuzzMostPixels = std::uint64_t{1} << 20;
 
-/// Whether the file claims more pixels than that, and the reader might make a record of them from
-/// little data: blank images are as large as they say.
+/// Whether the file claims more pixels than that, though not more than a record can have, and the
+/// reader might make one of them from little data: blank images are as large as they say.
 [[nodiscard]] bool Fuzz_MayBeHugeAstc(std::span<const std::uint8_t> file);
 [[nodiscard]] bool Fuzz_MayBeHugeKtx(std::span<const std::uint8_t> file);
 [[nodiscard]] bool Fuzz_MayBeHugePvr(std::span<const std::uint8_t> file);

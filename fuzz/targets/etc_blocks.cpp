@@ -86,8 +86,9 @@ void DecodePayload(std::span<const std::uint8_t> blocks, std::uint32_t code, std
     koru::DecodeSurface surface;
     surface.reservedB = way & 1;
     koru::LevelEntry level;
-    // Larger images come with too short a payload; without any they would be blank.
-    if (blocks.empty() && std::uint64_t{width} * height > kMostPixels) return;
+    // Larger images come with too short a payload; without any they would be blank, up to 4 GiB.
+    const std::uint64_t pixelCount = std::uint64_t{width} * height;
+    if (blocks.empty() && pixelCount > kMostPixels && pixelCount <= UINT32_MAX / 3) return;
     if (koru::LevelEntry_SetSize(level, static_cast<std::uint32_t>(blocks.size())) != 0) {
         std::copy(blocks.begin(), blocks.end(), level.data.Data());
         // As readers do: an entry without payload is without a size, too.
