@@ -321,6 +321,9 @@ void WriteWriterSeeds(const fs::path& root) {
             input.push_back(shape);
             Test_Append(input, MakeNoise(40, shape));
             seeds.Add(std::to_string(writer) + '_' + ToHex(shape), input);
+            // Pixels that end within the third row, within a pixel of it.
+            input.resize(input.size() - 9);
+            seeds.Add(std::to_string(writer) + '_' + ToHex(shape) + "_cut", input);
         }
     }
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint64_t kMostPixels = 1u << 14;
+constexpr std::uint64_t kMostPixels = 1u << 12;
 
 /// Decodes into exactly sized memory that holds `fill` before.
 std::unique_ptr<std::uint8_t[]> Decode(std::span<const std::uint8_t> blocks, bool is2Bpp,
@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Powers of two, as files should have them, or any size, one below zero included.
     const auto takeSize = [&] {
         const std::uint16_t value = input.Le16();
-        return (shape & 2) != 0 ? 1 << value % 10 : static_cast<std::int16_t>(value);
+        return (shape & 2) != 0 ? 1 << value % 8 : static_cast<std::int16_t>(value);
     };
     const std::int32_t width = takeSize();
     const std::int32_t height = takeSize();

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 22;
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20;
 
 enum class Writer { Astc, Ktx, Pvr };
 
@@ -46,9 +46,40 @@ bool MayBeHuge(const KORU_Image& image) {
            isLarge(std::uint64_t{image.width} * 4, image.height);
 }
 
+using Bytes = std::vector<std::uint8_t>;
+
+/// What converting a 24-bit record gives, by definition: three bytes a pixel as long as the source
+/// has them whole, what `alpha` adds behind each, zeros for the rest.
+Bytes ConvertByDefinition(const KORU_Image& image, const Bytes& pixels, std::size_t stride,
+                          const Bytes& alpha) {
+    Bytes rows(stride * image.height);
+    std::uint64_t source = 0;
+    for (std::size_t y = 0; y < image.height; ++y) {
+        std::size_t target = y * stride;
+        for (std::size_t x = 0; x < image.width && source + 2 < pixels.size(); ++x) {
+            for (int channel = 0; channel < 3; ++channel) rows[target++] = pixels[source++];
+            for (const std::uint8_t byte : alpha) rows[target++] = byte;
+        }
+        source += image.rowPadding;
+    }
+    return rows;
+}
+
+/// The pixels that a writer leaves in the record and that follow in the file.
+Bytes ExpectPixels(Writer writer, const KORU_Image& image, const Bytes& pixels) {
+    const bool toRgba = writer == Writer::Astc;
+    const std::uint64_t stride =
+        std::uint64_t{image.width} * (toRgba ? 4 : 3) + (toRgba ? 0 : image.width % 4);
+    const bool fits = stride <= UINT32_MAX && stride * image.height <= UINT32_MAX;
+    // The ASTC writer converts whatever is not 32-bit, if there is something to convert.
+    const bool isConverted =
+        toRgba ? image.bitsPerPixel != 32 && !pixels.empty() : image.bitsPerPixel == 24;
+    if (!fits || !isConverted) return pixels;
+    return ConvertByDefinition(image, pixels, stride, toRgba ? Bytes{255} : Bytes{});
+}
+
 /// What a file must hold behind its header.
-void CheckPayload(const std::vector<std::uint8_t>& file, std::size_t headerBytes,
-                  const KORU_Image& image) {
+void CheckPayload(const Bytes& file, std::size_t headerBytes, const KORU_Image& image) {
     Fuzz_Require(file.size() == headerBytes + 4 + image.dataSize, "the file holds the pixels");
     std::uint32_t size = 0;
     for (int i = 3; i >= 0; --i) {
@@ -60,7 +91,7 @@ void CheckPayload(const std::vector<std::uint8_t>& file, std::size_t headerBytes
                  "the file's pixels are the record's");
 }
 
-void CheckLoadsAgain(const std::vector<std::uint8_t>& file, const KORU_Image& image) {
+void CheckLoadsAgain(const Bytes& file, const KORU_Image& image) {
     const FuzzImagePtr loaded =
         Fuzz_Load(KORU_Load_KTX_From_Memory, file,
                   image.bitsPerPixel == 32 ? std::uint32_t{KORU_FLAG_RGBA} : 0u);
@@ -112,6 +143,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     image->dataSize = static_cast<std::uint32_t>(byteCount);
 
+    const KORU_Image before = *image;
+    const Bytes pixelsBefore(before.pixels,
+                             before.pixels + (before.pixels != nullptr ? byteCount : 0));
+
     file.Replace({});
     Fuzz_ForgetEarlierLoads();
     const bool isRefused = image->pixels == nullptr || image->width == 0 || image->height == 0;
@@ -120,6 +155,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz_Require(result == 0 || result == 1, "a writer gives 0 or 1");
     Fuzz_Require(!isRefused || (result == 0 && written.empty()), "a refused record writes nothing");
     if (isRefused) return 0;
+    const Bytes pixelsAfter(image->pixels, image->pixels + image->dataSize);
+    Fuzz_Require(pixelsAfter == ExpectPixels(writer, before, pixelsBefore),
+                 "the record is converted as the definition says");
     if (writer == Writer::Astc) {
         Fuzz_Require(result == 0 && written.size() == 20, "the ASTC writer writes its stub");
         return 0;
