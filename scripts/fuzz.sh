@@ -56,7 +56,8 @@ run() {
     [ ! -d "tests/data/fuzz/$target" ] || inputs+=("tests/data/fuzz/$target")
     "build/fuzz/fuzz_$target" "${inputs[@]}" -max_total_time="$seconds" -max_len=4096 \
         -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=512 -print_final_stats=1 \
-        -report_slow_units=2 -entropic_scale_per_exec_time=1 -artifact_prefix="$findings/" > "$findings.log" 2>&1 || true
+        -report_slow_units=2 -entropic_scale_per_exec_time=1 \
+        -artifact_prefix="$findings/" > "$findings.log" 2>&1 || true
 }
 export -f run
 export seconds
