@@ -23,10 +23,11 @@ int Image_ConvertToRgba(KORU_Image& image) noexcept {
     ByteBuffer rgba = ByteBuffer::AllocateZeroed(size->dataSize);
     if (!rgba) return 0;
 
-    // The new buffer holds every pixel, so only the source can end a row early.
+    // The new buffer holds every pixel, so only the source can end a row early. Behind its last
+    // whole pixel every row is empty, however many the record tells.
     std::uint64_t source = 0;
     std::uint8_t* target = rgba.Data();
-    for (std::uint32_t y = 0; y < image.height && source < image.dataSize; ++y) {
+    for (std::uint32_t y = 0; y < image.height && source + 2 < image.dataSize; ++y) {
         for (std::uint32_t x = 0; x < image.width && source + 2 < image.dataSize; ++x) {
             target[0] = image.pixels[source];
             target[1] = image.pixels[source + 1];

@@ -22,9 +22,10 @@ int AlignRgbRows(KORU_Image& image) noexcept {
     ByteBuffer aligned = ByteBuffer::AllocateZeroed(*dataSize);
     if (!aligned) return 0;
 
-    // The new rows hold every pixel, so only the old size can end one early.
+    // The new rows hold every pixel, so only the old size can end one early. Behind its last whole
+    // pixel every row is empty, however many the record tells.
     std::uint64_t source = 0;
-    for (std::uint32_t y = 0; y < image.height && source < image.dataSize; ++y) {
+    for (std::uint32_t y = 0; y < image.height && source + 2 < image.dataSize; ++y) {
         const std::uint64_t wholePixels = (image.dataSize - source) / kPixelBytes;
         const std::uint64_t copiedBytes =
             std::min<std::uint64_t>(wholePixels, image.width) * kPixelBytes;

@@ -531,4 +531,30 @@ TEST(LoadCost, AChunkOfMoreThanAnIntCounts) {
     }
 }
 
+// A record that tells 2^30 - 1 rows and holds a pixel and a byte of them: the conversion ends with
+// the pixel. The fifty would take minutes otherwise, and this program has a time limit.
+TEST(LoadCost, WritersEndWithTheRecordsPixels) {
+    constexpr std::uint32_t kRows = 0x3FFFFFFF;
+    if (std::getenv("MALLOC_PERTURB_") != nullptr) {
+        GTEST_SKIP() << "this heap writes to all that it gives";
+    }
+    void* room = std::calloc(std::size_t{kRows} * 4 + 4096, 1);
+    std::free(room);
+    if (room == nullptr) GTEST_SKIP() << "this machine has no room to promise";
+    TempFolder folder;
+    const KoruPath path = Test_ToKoruPath(folder / "stub");
+    for (int i = 0; i < 50; ++i) {
+        const KoruImagePtr image = Test_MakeRecord(2, 1, 0);
+        ASSERT_NE(image, nullptr);
+        image->width = 1;
+        image->height = kRows;
+        image->dataSize = i % 2 == 0 ? 4 : 5;
+        EXPECT_EQ(KORU_Write_ASTC_To_File(path.c_str(), image.get()), 0);
+        ASSERT_EQ(image->bitsPerPixel, 32u);
+        EXPECT_EQ(image->dataSize, kRows * 4);
+        EXPECT_EQ(Bytes(image->pixels, image->pixels + 12),
+                  Bytes({1, 2, 3, 255, 0, 0, 0, 0, 0, 0, 0, 0}));
+    }
+}
+
 }  // namespace
