@@ -251,7 +251,7 @@ TEST_P(KtxHeaderExtremes, EveryFieldOfKtx2WithEveryExtent) {
     if (kind_.IsSlow()) return;  // as without payload, and minutes longer
     EXPECT_GT(CheckPairs(kKtx2Reader, kind_.Make2(Payload::Small), ListKtx2Fields(ListExtremes64()),
                          ListKtx2Extents()),
-              500);
+              250);
 }
 
 TEST_P(KtxHeaderExtremes, EveryExtentWithEveryExtent) {
