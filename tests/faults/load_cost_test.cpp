@@ -531,6 +531,37 @@ TEST(LoadCost, AChunkOfMoreThanAnIntCounts) {
     }
 }
 
+// Room for 2^30 sizes of levels, of 2^32 - 1 that are told: too few, which the count alone says. A
+// walk through the room would take seconds for each of the hundred.
+TEST(LoadCost, LevelsThatHaveNoRoomAreNotWalked) {
+    constexpr std::uint32_t kRoom = 0xFFFFFFF0;
+    if (std::getenv("MALLOC_PERTURB_") != nullptr) {
+        GTEST_SKIP() << "this heap writes to all that it gives";
+    }
+    void* room = std::calloc(std::size_t{kRoom} + 4096, 1);
+    std::free(room);
+    if (room == nullptr) GTEST_SKIP() << "this machine has no room to promise";
+    const Bytes heads[] = {
+        Ktx1Builder()
+            .Uncompressed(0x8058)
+            .Size(1, 1)
+            .Level(Bytes(4))
+            .Set(Ktx1Field::MipmapLevels, 0xFFFFFFFF)
+            .Build(),
+        Ktx2Builder()
+            .Format(37)
+            .Size(1, 1)
+            .Level(Bytes(4))
+            .Set(Ktx2Field::LevelCount, 0x7FFFFFFF)
+            .Build(),
+    };
+    for (const Bytes& head : heads) {
+        const Bytes block = Test_StoreInLz4(head);
+        const NamedFile file{"levels", &kKtx, WrapperBuilder().Block(block, kRoom).Build()};
+        for (int i = 0; i < 50; ++i) ASSERT_EQ(Load(file, 0), nullptr);
+    }
+}
+
 // A record that tells 2^30 - 1 rows and holds a pixel and a byte of them: the conversion ends with
 // the pixel. The fifty would take minutes otherwise, and this program has a time limit.
 TEST(LoadCost, WritersEndWithTheRecordsPixels) {
