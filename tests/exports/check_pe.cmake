@@ -23,5 +23,17 @@ foreach(codec IN LISTS CODECS)
 endforeach()
 check_dependencies("${imports}" ${allowed})
 
-require_text("${text}" "DYNAMIC_BASE" "HIGH_ENTROPY_VA" "NX_COMPAT" "ImageBase[ \t]+0000000180000000"
-  "Name[ \t]+[0-9a-f]+ korutex_64\\.dll" "Entry 2 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Resource Directory")
+require_text("${text}" "ImageBase[ \t]+0000000180000000" "Name[ \t]+[0-9a-f]+ korutex_64\\.dll"
+  "Entry 2 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Resource Directory")
+check_pe_hardening("${text}")
+
+# No time of the build: in the header, 8 bytes behind the address that stands at 0x3c, and beside the
+# exports.
+file(READ "${LIBRARY}" address OFFSET 60 LIMIT 4 HEX)
+string(REGEX REPLACE "(..)(..)(..)(..)" "0x\\4\\3\\2\\1" address "${address}")
+math(EXPR address "${address} + 8")
+file(READ "${LIBRARY}" stamp OFFSET ${address} LIMIT 4 HEX)
+if(NOT stamp STREQUAL "00000000")
+  message(FATAL_ERROR "${LIBRARY} has the time stamp ${stamp}")
+endif()
+require_text("${text}" "Time/Date stamp[ \t]+0\n")

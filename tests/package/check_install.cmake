@@ -16,6 +16,32 @@ if(EXPECTED_PROGRAM)
   run("the installed program" ${EMULATOR} "${prefix}/bin/korutex${EXECUTABLE_SUFFIX}" --version)
 endif()
 
+# Where ELF files look for libraries: the library where codecs lie that no system folder holds, the
+# program beside itself. Nothing may lead to a build folder, which could be anyone's later.
+function(read_search_path file folders)
+  run("${OBJDUMP} -p" "${OBJDUMP}" -p "${file}")
+  set(path)
+  if(output MATCHES "R(UN)?PATH +([^\n]*)")
+    string(REPLACE ":" ";" path "${CMAKE_MATCH_2}")
+  endif()
+  set(${folders} "${path}" PARENT_SCOPE)
+endfunction()
+if(OBJDUMP)
+  read_search_path("${prefix}/${LIBDIR}/libkorutex_64.so" folders)
+  foreach(folder IN LISTS folders)
+    file(GLOB codecs "${folder}/libastcenc*" "${folder}/liblz4*")
+    if(NOT IS_ABSOLUTE "${folder}" OR NOT codecs)
+      message(FATAL_ERROR "the installed library looks for libraries in '${folder}'")
+    endif()
+  endforeach()
+  if(EXPECTED_PROGRAM)
+    read_search_path("${prefix}/bin/korutex" folders)
+    if(NOT folders STREQUAL "$ORIGIN/../${LIBDIR}")
+      message(FATAL_ERROR "the installed program looks for libraries in '${folders}'")
+    endif()
+  endif()
+endif()
+
 # The codecs are out of reach: a host needs none of them to configure.
 run("configure by CMake package" "${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}/consumer" -B "${WORK_DIR}/cmake"
   ${configure_arguments} "-DCMAKE_PREFIX_PATH=${prefix}"
