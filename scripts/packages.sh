@@ -7,6 +7,7 @@ test_packages=(abigail-tools astcenc binutils bsdutils clang-format-14 clang-tid
 windows_packages=(g++-mingw-w64-x86-64-posix wine64 wine64-tools libwine-dev)
 bench_packages=(astcenc libbenchmark-dev)
 fuzz_packages=(clang-14 libclang-rt-14-dev llvm-14)
+coverage_packages=(gcovr)
 
 # Installs what is missing of the given packages, with sudo when not root.
 install_missing() {

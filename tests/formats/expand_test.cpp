@@ -370,7 +370,8 @@ TEST(ExpandRows, BitsBelowAWholeByteDoNotCount) {
 /// The definition, as plainly as it can be said; bytes that cannot be read are 0.
 Bytes ReferenceExpand(ExpandMember member, std::uint32_t width, std::uint32_t height,
                       std::uint32_t targetBytes, const Bytes& source, std::uint32_t sourceSize,
-                      std::uint32_t bitsPerPixel, const ChannelLayout& layout) {
+                      std::uint32_t bitsPerPixel, const ChannelLayout& layout,
+                      std::uint32_t targetBits = 32) {
     const std::uint32_t dataSize = width * height * targetBytes;
     Bytes target(dataSize, kUntouched);
     const auto at = [&](std::uint64_t i) -> std::uint32_t {
@@ -449,7 +450,7 @@ Bytes ReferenceExpand(ExpandMember member, std::uint32_t width, std::uint32_t he
             target[t] = r;
             target[t + 1] = g;
             target[t + 2] = bl;
-            if ((b == 2 || b == 4) && targetBytes == 4) target[t + 3] = a;
+            if ((b == 2 || b == 4) && targetBytes == 4 && targetBits == 32) target[t + 3] = a;
             s += b;
             t += targetBytes;
         }
@@ -458,23 +459,28 @@ Bytes ReferenceExpand(ExpandMember member, std::uint32_t width, std::uint32_t he
     return target;
 }
 
+constexpr std::array<std::uint32_t, 10> kFormats{
+    GL_RGB565,     GL_RGB5,    GL_RGB5_A1,        GL_RGBA4, GL_RGB10_A2,
+    GL_RGB10_A2UI, GL_RGB9_E5, GL_R11F_G11F_B10F, 0,        0x8058};
+
+ChannelLayout GetLayout(std::uint32_t glFormat) {
+    const auto& masks = glFormat == GL_RGB9_E5          ? kRgb9E5Masks
+                        : glFormat == GL_R11F_G11F_B10F ? kPackedFloatMasks
+                                                        : kRgb10A2Masks;
+    return Layout_FromMasks(masks, glFormat);
+}
+
 TEST_P(ExpandEveryMember, MatchesThePlainDefinitionOnRandomPixels) {
     std::mt19937 random(35);
     const auto pick = [&](std::uint32_t below) {
         return std::uniform_int_distribution<std::uint32_t>(0, below - 1)(random);
     };
-    const std::array<std::uint32_t, 10> formats{
-        GL_RGB565,     GL_RGB5,    GL_RGB5_A1,        GL_RGBA4, GL_RGB10_A2,
-        GL_RGB10_A2UI, GL_RGB9_E5, GL_R11F_G11F_B10F, 0,        0x8058};
     const std::array<std::uint32_t, 7> widthsInBits{4, 8, 15, 16, 24, 32, 64};
     for (int round = 0; round < 20000; ++round) {
         const std::uint32_t width = 1 + pick(9), height = 1 + pick(5), targetBytes = 3 + pick(2);
         const std::uint32_t bits = widthsInBits[pick(widthsInBits.size())];
-        const std::uint32_t glFormat = formats[pick(formats.size())];
-        const auto& masks = glFormat == GL_RGB9_E5          ? kRgb9E5Masks
-                            : glFormat == GL_R11F_G11F_B10F ? kPackedFloatMasks
-                                                            : kRgb10A2Masks;
-        const ChannelLayout layout = Layout_FromMasks(masks, glFormat);
+        const std::uint32_t glFormat = kFormats[pick(kFormats.size())];
+        const ChannelLayout layout = GetLayout(glFormat);
         const std::uint32_t readable = 1 + pick(width * height * 5 + 8);
         const std::uint32_t size = 1 + pick(readable);
         Bytes source(readable);
@@ -488,6 +494,44 @@ TEST_P(ExpandEveryMember, MatchesThePlainDefinitionOnRandomPixels) {
                                                      source, size, bits, layout))
             << "round " << round << ": " << width << 'x' << height << " bits " << bits << " format "
             << std::hex << glFormat << std::dec << " size " << size << " of " << readable;
+    }
+}
+
+TEST_P(ExpandEveryMember, ReadsZerosBehindTheMemoryOnEverySurface) {
+    constexpr std::uint32_t kWidth = 3, kHeight = 2;
+    struct Surface {
+        std::uint32_t bytesPerPixel, bitsPerPixel;
+    };
+    // The last one has a fourth byte that is no alpha.
+    constexpr std::array<Surface, 3> kSurfaces{{{3, 24}, {4, 32}, {4, 24}}};
+    std::mt19937 random(37);
+    Bytes pixels(kHeight * 12);
+    for (auto& byte : pixels) byte = static_cast<std::uint8_t>(1 + random() % 255);
+    for (const auto& [bytesPerPixel, surfaceBits] : kSurfaces) {
+        for (const std::uint32_t bits : {8u, 16u, 24u, 32u}) {
+            for (const std::uint32_t glFormat : kFormats) {
+                for (std::size_t readable = 1; readable <= pixels.size(); ++readable) {
+                    const Bytes source(pixels.begin(),
+                                       pixels.begin() + static_cast<std::ptrdiff_t>(readable));
+                    // As many bytes count as there are pixels, however few can be read.
+                    const auto size = static_cast<std::uint32_t>(pixels.size());
+                    DecodeSurface surface = MakeSurface(kWidth, kHeight, bytesPerPixel);
+                    surface.bitsPerPixel = surfaceBits;
+                    const PackedPixels packed{.data = source.data(),
+                                              .size = size,
+                                              .readable = static_cast<std::uint32_t>(readable),
+                                              .bitsPerPixel = bits};
+                    const ChannelLayout layout = GetLayout(glFormat);
+                    ASSERT_EQ(GetParam().expand(surface, packed, layout), 1);
+                    ASSERT_EQ(GetBytes(surface),
+                              ReferenceExpand(GetParam().member, kWidth, kHeight, bytesPerPixel,
+                                              source, size, bits, layout, surfaceBits))
+                        << bytesPerPixel << " bytes of " << surfaceBits << " bits from " << bits
+                        << " bits of format " << std::hex << glFormat << std::dec << ", "
+                        << readable << " bytes readable";
+                }
+            }
+        }
     }
 }
 
