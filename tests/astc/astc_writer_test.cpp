@@ -8,6 +8,30 @@
 namespace koru {
 namespace {
 
+TEST(ImageConvertToRgba, NeedsPixelsAndEverySize) {
+    std::uint8_t pixel[4]{1, 2, 3, 4};
+    KORU_Image whole{};
+    whole.width = whole.height = 1;
+    whole.bitsPerPixel = 24;
+    whole.dataSize = 3;
+    whole.pixels = pixel;
+    std::uint32_t KORU_Image::*const sizes[]{&KORU_Image::width, &KORU_Image::height,
+                                             &KORU_Image::dataSize};
+    for (const std::uint32_t bitsPerPixel : {24u, 32u}) {
+        for (const auto size : sizes) {
+            KORU_Image image = whole;
+            image.bitsPerPixel = bitsPerPixel;
+            image.*size = 0;
+            EXPECT_EQ(Image_ConvertToRgba(image), 0);
+            EXPECT_EQ(image.pixels, pixel);
+            EXPECT_EQ(image.bitsPerPixel, bitsPerPixel);
+        }
+    }
+    KORU_Image image = whole;
+    image.pixels = nullptr;
+    EXPECT_EQ(Image_ConvertToRgba(image), 0);
+}
+
 #if defined(__linux__)
 
 /// A stream that takes `good` writes and refuses the rest.
