@@ -18,7 +18,7 @@ trap 'rm -rf "$work"' EXIT
 for target in "$@"; do
     kept=tests/data/fuzz/$target seeds=build/fuzz/fuzz/seeds/$target
     mkdir -p "$kept" "$work/$target/old"
-    find "$kept" -type f ! -name 'finding-*' -exec mv -t "$work/$target/old" {} +
+    find "$kept" -type f ! -name 'finding-*' -exec cp -t "$work/$target/old" {} +
     # By edges alone: how often each is passed would keep hundreds.
     mkdir "$work/$target/merged"
     cp -t "$work/$target/merged" "$seeds"/*
@@ -27,6 +27,7 @@ for target in "$@"; do
         cat "$work/log" >&2
         exit 1
     fi
+    find "$kept" -type f ! -name 'finding-*' -delete
     for file in "$work/$target/merged"/*; do
         [ -e "$seeds/${file##*/}" ] || cp "$file" "$kept/"
     done

@@ -1,6 +1,7 @@
 #include "core/file_access.h"
 
 #include <array>
+#include <cerrno>
 #include <limits>
 
 #include "core/bytes.h"
@@ -78,10 +79,13 @@ ByteBuffer ToUtf8(const char16_t* path) noexcept {
     return utf8;
 }
 
-/// Only regular files have the size that reading begins with. Opening does not wait: neither for
-/// the other end of a pipe nor for a device.
+/// Only regular files have the size that reading begins with. Opening waits neither for the other
+/// end of a pipe nor for a device.
 std::FILE* OpenForReading(const char* path) noexcept {
-    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    constexpr int kFlags = O_RDONLY | O_NOCTTY | O_CLOEXEC;
+    int descriptor = open(path, kFlags | O_NONBLOCK);
+    // A regular file that another process has leased, which it will now give back.
+    if (descriptor < 0 && errno == EWOULDBLOCK) descriptor = open(path, kFlags);
     if (descriptor < 0) return nullptr;
     struct stat status {};
     std::FILE* file = nullptr;

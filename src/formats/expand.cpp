@@ -305,9 +305,9 @@ constexpr std::uint64_t GetRowPadding(std::uint32_t width, std::uint64_t pixelBy
     return (rowBytes + 3u) / 4u * 4u - rowBytes;
 }
 
-bool IsRefused(ExpandMember member, const DecodeSurface& surface,
-               const PackedPixels& source) noexcept {
-    if (!surface.pixels || source.data == nullptr || source.size == 0) return true;
+/// Whether there is nothing that a member would expand.
+bool IsRefused(ExpandMember member, const PackedPixels& source) noexcept {
+    if (source.data == nullptr || source.size == 0) return true;
     return member != ExpandMember::Astc && source.bitsPerPixel == 0;
 }
 
@@ -332,7 +332,7 @@ std::uint64_t Convert(ExpandMember member, DecodeSurface& surface, const PackedP
 
 int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
              const ChannelLayout& layout) noexcept {
-    if (IsRefused(member, surface, source)) return 0;
+    if (!surface.pixels || IsRefused(member, source)) return 0;
     Convert(member, surface, source, layout, MissingAlpha::Kept);
     return 1;
 }
@@ -382,13 +382,11 @@ int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source, std::uint32_t s
         surface.pixels = std::move(source);
         return 1;
     }
+    // Black that is all zeros costs no memory until it is read.
+    if (IsRefused(member, packed)) return Surface_AllocateBlack(surface) ? 1 : 0;
     surface.pixels = ByteBuffer::Allocate(surface.dataSize);
     if (!surface.pixels) return 0;
-    const std::uint64_t reachedBytes =
-        IsRefused(member, surface, packed)
-            ? 0
-            : Convert(member, surface, packed, layout, MissingAlpha::Opaque);
-    Surface_FillBlack(surface, reachedBytes);
+    Surface_FillBlack(surface, Convert(member, surface, packed, layout, MissingAlpha::Opaque));
     return 1;
 }
 

@@ -103,6 +103,8 @@ ByteBuffer Ktx_JoinChunks(SourceBuffer& source) noexcept {
         // Quirk: a chunk without compressed bytes counts in the total and takes no room, so the
         // joined bytes end with zeros; files stay the length that hosts know.
         if (chunk.compressedBytes == 0) return;
+        // A host may have let its bytes change since they were counted.
+        if (chunk.decompressedBytes > joined.Size() - offset) return;
         Decompress(chunk, joined.Data() + offset);
         offset += chunk.decompressedBytes;
     });
