@@ -37,7 +37,7 @@ constexpr std::array<Loader, 3> kLoaders{
 /// How much of a sweep runs: all of it if KORUTEX_SWEEP_ALL is set, else what ordinary tests have
 /// time for. Each load of ASTC costs a codec context.
 struct Extent {
-    explicit Extent(bool isAstc) : singleBytes(all ? 4096 : isAstc ? 16 : 160) {}
+    explicit Extent(bool isAstc) : singleBytes(all ? 512 : isAstc ? 16 : 160) {}
 
     bool all = std::getenv("KORUTEX_SWEEP_ALL") != nullptr;
     /// Up to here each length and each byte has a load of its own.
