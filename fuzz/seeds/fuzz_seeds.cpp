@@ -12,6 +12,7 @@
 #include "astc_builder.h"
 #include "ktx_builder.h"
 #include "pvr_builder.h"
+#include "pvr_widths.h"
 #include "test_blocks.h"
 #include "wrap_plan.h"
 #include "wrapper_builder.h"
@@ -205,18 +206,10 @@ void WritePvrSeeds(const fs::path& root) {
     }
     constexpr std::array<std::string_view, 10> kNames{"rgba", "bgra", "rgbx", "rgb", "bgr",
                                                       "r",    "g",    "b",    "a",   "l"};
-    constexpr std::array<PvrChannelWidths, 8> kWidths{{{8, 8, 8, 8},
-                                                       {8, 8, 8, 0},
-                                                       {10, 10, 10, 2},
-                                                       {11, 11, 10, 0},
-                                                       {4, 4, 4, 4},
-                                                       {5, 6, 5, 0},
-                                                       {5, 5, 5, 0},
-                                                       {5, 5, 5, 1}}};
     for (std::size_t i = 0; i < kNames.size(); ++i) {
         seeds.Add("v3_" + std::string(kNames[i]),
                   PvrV3Builder()
-                      .Packed(kNames[i], kWidths[i % kWidths.size()])
+                      .Packed(kNames[i], kPvrPackedWidths[i % kPvrPackedWidths.size()])
                       .Metadata(kTestPvrV3Word, 3, {0, 1, 0})
                       .Size(5, 3)
                       .Data(MakeNoise(60))

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "block_payload.h"
 #include "blocks/etc_decoder.h"
 #include "blocks/payload.h"
 #include "byte_reader.h"
@@ -83,8 +84,6 @@ void DecodeAlone(std::span<const std::uint8_t> blocks, std::uint32_t code, std::
 void DecodePayload(std::span<const std::uint8_t> blocks, std::uint32_t code, std::uint32_t width,
                    std::uint32_t height, unsigned way) {
     if (width == 0 || height == 0) return;  // readers refuse them
-    koru::DecodeSurface surface;
-    surface.reservedB = way & 1;
     koru::LevelEntry level;
     // Larger images come with too short a payload; without any they would be blank, up to 4 GiB.
     const std::uint64_t pixelCount = std::uint64_t{width} * height;
@@ -95,20 +94,12 @@ void DecodePayload(std::span<const std::uint8_t> blocks, std::uint32_t code, std
         level.levelWidth = width;
         level.levelHeight = height;
     }
-    const koru::PayloadTarget target{
-        .surface = surface,
-        .width = width,
-        .height = height,
-        .orientation = way,
-        .member = (way & 2) != 0 ? koru::ExpandMember::Pvr : koru::ExpandMember::Ktx};
+    koru::DecodeSurface surface;
+    const koru::PayloadTarget target = Fuzz_MakeTarget(surface, width, height, way);
     const int result = koru::Payload_DecodeEtc(
         target, level, code,
         (way & 4) != 0 ? koru::EtcComponents::OfFormat : koru::EtcComponents::OfInternalFormat);
-    if (!surface.pixels) return;
-    Fuzz_Require(result == 1, "a filled surface is a success");
-    Fuzz_Require(surface.pixels.Size() == surface.dataSize &&
-                     surface.dataSize == width * height * surface.bytesPerPixel,
-                 "the surface holds the image");
+    Fuzz_CheckSurface(target, result);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "load_checks.h"
 #include "memory_file.h"
 #include "pvr_builder.h"
+#include "pvr_widths.h"
 #include "wrapper_builder.h"
 
 namespace {
@@ -29,14 +30,6 @@ constexpr std::array<std::uint32_t, 24> kGlFormats{
     0x190A, 0x83F1, 0x83F3, 0x8C4C, 0x8D64, 0x9270, 0x9272, 0x9274, 0x9276, 0x9278, 0x93B0, 0x83F0};
 constexpr std::size_t kFirstCompressed = 13;
 constexpr std::array<std::string_view, 6> kNames{"rgba", "rgb", "bgra", "r", "l", "rg"};
-constexpr std::array<PvrChannelWidths, 8> kWidths{{{8, 8, 8, 8},
-                                                   {8, 8, 8, 0},
-                                                   {10, 10, 10, 2},
-                                                   {11, 11, 10, 0},
-                                                   {4, 4, 4, 4},
-                                                   {5, 6, 5, 0},
-                                                   {5, 5, 5, 0},
-                                                   {5, 5, 5, 1}}};
 
 /// Bytes that differ from each other and from those of another detail.
 Bytes MakePayload(std::size_t byteCount, unsigned detail) {
@@ -106,7 +99,8 @@ Load ReadLoad(ByteReader& input) {
         case 6:
             set(kLoadPvr, KORU_Load_PVR_From_File,
                 PvrV3Builder()
-                    .Packed(kNames[format % kNames.size()], kWidths[(format >> 8) % kWidths.size()])
+                    .Packed(kNames[format % kNames.size()],
+                            kPvrPackedWidths[(format >> 8) % kPvrPackedWidths.size()])
                     .Size(width, height)
                     .Data(payload)
                     .Build());

@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 
+#include "block_payload.h"
 #include "blocks/payload.h"
 #include "blocks/s3tc_decoder.h"
 #include "byte_reader.h"
@@ -50,26 +51,16 @@ void DecodePayload(std::span<const std::uint8_t> blocks, koru::S3tcMode mode, st
     if (width == 0 || height == 0) return;  // readers refuse them
     // Readers ask for the modes of DXT alone. The others would be large without any payload.
     if (koru::S3tc_GetPayloadBytes(mode, 1, 1) == 0u) return;
-    koru::DecodeSurface surface;
-    surface.reservedB = way & 1;
     koru::LevelEntry level;
     if (koru::LevelEntry_SetSize(level, static_cast<std::uint32_t>(blocks.size())) != 0) {
         std::copy(blocks.begin(), blocks.end(), level.data.Data());
     }
     level.levelWidth = width;
     level.levelHeight = height;
-    const koru::PayloadTarget target{
-        .surface = surface,
-        .width = width,
-        .height = height,
-        .orientation = way,
-        .member = (way & 2) != 0 ? koru::ExpandMember::Pvr : koru::ExpandMember::Ktx};
+    koru::DecodeSurface surface;
+    const koru::PayloadTarget target = Fuzz_MakeTarget(surface, width, height, way);
     const int result = koru::Payload_DecodeS3tc(target, level, mode, (way & 4) != 0 ? 3 : 4);
-    if (!surface.pixels) return;
-    Fuzz_Require(result == 1, "a filled surface is a success");
-    Fuzz_Require(surface.pixels.Size() == surface.dataSize &&
-                     surface.dataSize == width * height * surface.bytesPerPixel,
-                 "the surface holds the image");
+    Fuzz_CheckSurface(target, result);
 }
 
 }  // namespace
