@@ -130,7 +130,7 @@ int RunUnprivileged(const std::function<bool()>& body) {
 
 class FileFaults : public testing::Test {
   protected:
-    FileFaults() { alarm(60); }  // what waits for ever shall fail
+    FileFaults() { alarm(600); }  // what waits for ever shall fail
     ~FileFaults() override { alarm(0); }
 
     /// No loader makes a record of it, and none keeps a descriptor.

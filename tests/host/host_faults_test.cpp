@@ -72,7 +72,7 @@ void ExpectTold(const Ending& ending, const std::string& subject, const std::str
 class HostFaults : public testing::Test {
   protected:
     HostFaults() {
-        alarm(100);  // what waits for ever shall fail
+        alarm(600);  // what waits for ever shall fail
         fs::permissions(folder_ / "", fs::perms(0755));
         const auto make = [&](const char* name, const Bytes& bytes) {
             Test_WriteFile(folder_ / name, bytes);
