@@ -154,12 +154,20 @@ std::uint32_t Etc_DecodeImage(const std::uint8_t* source, std::uint32_t sourceIn
     if (size) destination = ByteBuffer::Allocate(size->dataSize);
     if (!destination) return kEtcOutOfMemory;
 
+    Etc_DecodePixels(destination.Data(), source, sourceInternalFormat, width, height);
+    return kEtcSuccess;
+}
+
+void Etc_DecodePixels(std::uint8_t* target, const std::uint8_t* source,
+                      std::uint32_t sourceInternalFormat, std::uint32_t width,
+                      std::uint32_t height) noexcept {
+    const EtcFormat* const row = FindFormat(sourceInternalFormat);
+    if (row == nullptr) return;
     const BlockImage image{.width = width,
                            .height = height,
-                           .blockBytes = layout.blockBytes,
-                           .pixelBytes = layout.pixelBytes};
-    Blocks_DecodeImage(image, source, destination.Data(), layout.decodeRow);
-    return kEtcSuccess;
+                           .blockBytes = row->layout.blockBytes,
+                           .pixelBytes = row->layout.pixelBytes};
+    Blocks_DecodeImage(image, source, target, row->layout.decodeRow);
 }
 
 std::optional<std::uint32_t> Etc_GetPayloadBytes(std::uint32_t sourceInternalFormat,

@@ -38,6 +38,13 @@ std::uint32_t Etc_DecodeImage(const std::uint8_t* source, std::uint32_t sourceIn
                               std::uint32_t& type, std::int32_t reserved,
                               std::uint8_t srgbSupported) noexcept;
 
+/// Decodes an image, or rows of blocks that follow each other in one, into width * height packed
+/// pixels of the caller; 11-bit formats are signed or not as g_eacSigned says. Nothing for an
+/// unsupported format.
+void Etc_DecodePixels(std::uint8_t* target, const std::uint8_t* source,
+                      std::uint32_t sourceInternalFormat, std::uint32_t width,
+                      std::uint32_t height) noexcept;
+
 /// Bytes that decoding reads, 0 for an unsupported format; nothing if they do not fit 32 bits.
 [[nodiscard]] std::optional<std::uint32_t> Etc_GetPayloadBytes(std::uint32_t sourceInternalFormat,
                                                                std::uint32_t width,
