@@ -2,18 +2,15 @@
 
 #include <astcenc.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
 #include <type_traits>
+
+#include "core/bytes.h"
 
 namespace koru {
 namespace {
-
-struct ContextDeleter {
-    void operator()(astcenc_context* context) const noexcept { astcenc_context_free(context); }
-};
-using ContextHandle = std::unique_ptr<astcenc_context, ContextDeleter>;
 
 /// More than a context of any footprint takes (below 33 MiB in 4.2). Above 32 MiB the allocation is
 /// mapped and unmapped on its own and leaves the heap's tuning alone.
@@ -45,51 +42,86 @@ bool HasContextMemory() noexcept {
     return true;
 }
 
-AstcDecodeResult Decode(std::span<const std::uint8_t> payload, std::uint32_t width,
-                        std::uint32_t height, const AstcFootprint& footprint,
-                        std::uint8_t* pixels) {
-    astcenc_config config{};
-    if (astcenc_config_init(ASTCENC_PRF_LDR, footprint.width, footprint.height, footprint.depth,
-                            kQuality, 0, &config) != ASTCENC_SUCCESS) {
-        return AstcDecodeResult::Refused;
-    }
-
-    if (!HasContextMemory()) return AstcDecodeResult::OutOfMemory;
-    astcenc_context* rawContext = nullptr;
-    const astcenc_error allocated = AllocateContext(&astcenc_context_alloc, config, &rawContext);
-    if (allocated == ASTCENC_ERR_OUT_OF_MEM) return AstcDecodeResult::OutOfMemory;
-    if (allocated != ASTCENC_SUCCESS) return AstcDecodeResult::Refused;
-    const ContextHandle context(rawContext);
-
-    void* slice = pixels;
-    astcenc_image image{};
-    image.dim_x = width;
-    image.dim_y = height;
-    image.dim_z = 1;
-    image.data_type = ASTCENC_TYPE_U8;
-    image.data = &slice;
-    const astcenc_swizzle identity{ASTCENC_SWZ_R, ASTCENC_SWZ_G, ASTCENC_SWZ_B, ASTCENC_SWZ_A};
-    // Here "out of memory" is the codec's word for too short a payload.
-    return astcenc_decompress_image(context.get(), payload.data(), payload.size(), &image,
-                                    &identity, 0) == ASTCENC_SUCCESS
-               ? AstcDecodeResult::Decoded
-               : AstcDecodeResult::Refused;
+constexpr std::size_t DivideUp(std::size_t value, std::size_t divisor) noexcept {
+    return (value + divisor - 1) / divisor;
 }
 
 }  // namespace
 
+void AstcRows::ContextDeleter::operator()(astcenc_context* context) const noexcept {
+    astcenc_context_free(context);
+}
+
+AstcRows::AstcRows(std::span<const std::uint8_t> payload, std::uint32_t width, std::uint32_t height,
+                   const AstcFootprint& footprint) noexcept
+    : payload_(payload), width_(width), footprint_(footprint) {
+    rowBytes = width * kRgbaBytes;
+    rowCount = height;
+    rowStep = std::max(footprint.height, 1u);
+}
+
+AstcDecodeResult AstcRows::Open() {
+    astcenc_config config{};
+    if (astcenc_config_init(ASTCENC_PRF_LDR, footprint_.width, footprint_.height, footprint_.depth,
+                            kQuality, 0, &config) != ASTCENC_SUCCESS) {
+        return AstcDecodeResult::Refused;
+    }
+    const std::size_t blockCount =
+        DivideUp(width_, footprint_.width) * DivideUp(rowCount, footprint_.height);
+    if (payload_.size() / kAstcBlockBytes < blockCount) return AstcDecodeResult::Refused;
+
+    if (!HasContextMemory()) return AstcDecodeResult::OutOfMemory;
+    astcenc_context* context = nullptr;
+    const astcenc_error allocated = AllocateContext(&astcenc_context_alloc, config, &context);
+    if (allocated == ASTCENC_ERR_OUT_OF_MEM) return AstcDecodeResult::OutOfMemory;
+    if (allocated != ASTCENC_SUCCESS) return AstcDecodeResult::Refused;
+    context_.reset(context);
+    return AstcDecodeResult::Decoded;
+}
+
+AstcDecodeResult AstcRows::Decode(std::uint32_t firstRow, std::uint32_t count,
+                                  std::uint8_t* target) {
+    if (context_ == nullptr) {
+        const AstcDecodeResult opened = Open();
+        if (opened != AstcDecodeResult::Decoded) return opened;
+    }
+    const std::size_t blocksAbove =
+        DivideUp(width_, footprint_.width) * (firstRow / footprint_.height);
+    const auto blocks = payload_.subspan(blocksAbove * kAstcBlockBytes);
+
+    void* slice = target;
+    astcenc_image image{};
+    image.dim_x = width_;
+    image.dim_y = count;
+    image.dim_z = 1;
+    image.data_type = ASTCENC_TYPE_U8;
+    image.data = &slice;
+    const astcenc_swizzle identity{ASTCENC_SWZ_R, ASTCENC_SWZ_G, ASTCENC_SWZ_B, ASTCENC_SWZ_A};
+    return astcenc_decompress_image(context_.get(), blocks.data(), blocks.size(), &image, &identity,
+                                    0) == ASTCENC_SUCCESS
+               ? AstcDecodeResult::Decoded
+               : AstcDecodeResult::Refused;
+}
+
+bool AstcRows::DecodeRows(std::uint32_t firstRow, std::uint32_t count,
+                          std::uint8_t* target) noexcept {
+    try {
+        result_ = payload_.empty() || count == 0 || width_ == 0 ? AstcDecodeResult::Refused
+                                                                : Decode(firstRow, count, target);
+    } catch (...) {
+        // The codec's own allocations throw; nothing else in it does.
+        result_ = AstcDecodeResult::OutOfMemory;
+    }
+    return result_ == AstcDecodeResult::Decoded;
+}
+
 AstcDecodeResult Astc_DecodeBlocks(std::span<const std::uint8_t> payload, std::uint32_t width,
                                    std::uint32_t height, const AstcFootprint& footprint,
                                    std::uint8_t* pixels) noexcept {
-    if (payload.empty() || width == 0 || height == 0 || pixels == nullptr) {
-        return AstcDecodeResult::Refused;
-    }
-    try {
-        return Decode(payload, width, height, footprint, pixels);
-    } catch (...) {
-        // The codec's own allocations throw; nothing else in it does.
-        return AstcDecodeResult::OutOfMemory;
-    }
+    if (pixels == nullptr) return AstcDecodeResult::Refused;
+    AstcRows rows(payload, width, height, footprint);
+    rows.DecodeRows(0, height, pixels);
+    return rows.GetResult();
 }
 
 }  // namespace koru

@@ -2,9 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 
+#include "formats/fill_surface.h"
+
+struct astcenc_context;  // the codec's
+
 namespace koru {
+
+inline constexpr std::uint32_t kAstcBlockBytes = 16;
 
 /// Texels of a block in each direction.
 struct AstcFootprint {
@@ -19,8 +26,37 @@ enum class AstcDecodeResult {
     OutOfMemory,  ///< The codec found no memory; the pixels are undefined.
 };
 
-/// Decodes one slice as linear LDR, 8 bits per channel, on the calling thread. A codec context is
-/// made and freed for every image: nothing is kept between calls.
+/// One slice as linear LDR, 8 bits per channel, decoded on the calling thread. The codec context is
+/// made when the first rows are wanted and freed with the image: nothing is kept between images.
+class AstcRows final : public RowDecoder {
+  public:
+    /// The payload must outlive the decoder.
+    AstcRows(std::span<const std::uint8_t> payload, std::uint32_t width, std::uint32_t height,
+             const AstcFootprint& footprint) noexcept;
+
+    bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
+                    std::uint8_t* target) noexcept override;
+
+    /// How the last rows went.
+    [[nodiscard]] AstcDecodeResult GetResult() const noexcept { return result_; }
+    [[nodiscard]] bool IsRefused() const noexcept { return result_ == AstcDecodeResult::Refused; }
+
+  private:
+    struct ContextDeleter {
+        void operator()(astcenc_context* context) const noexcept;
+    };
+
+    AstcDecodeResult Open();
+    AstcDecodeResult Decode(std::uint32_t firstRow, std::uint32_t count, std::uint8_t* target);
+
+    std::span<const std::uint8_t> payload_;
+    std::uint32_t width_;
+    AstcFootprint footprint_;
+    std::unique_ptr<astcenc_context, ContextDeleter> context_;
+    AstcDecodeResult result_ = AstcDecodeResult::Decoded;
+};
+
+/// Decodes a whole image at once.
 /// `pixels` takes width * height * 4 bytes, R, G, B, A, rows packed, top row first.
 [[nodiscard]] AstcDecodeResult Astc_DecodeBlocks(std::span<const std::uint8_t> payload,
                                                  std::uint32_t width, std::uint32_t height,

@@ -1,13 +1,11 @@
 #include "astc/astc_reader.h"
 
 #include <algorithm>
-#include <cstring>
 #include <span>
-#include <utility>
 
 #include "core/bytes.h"
 #include "core/channel_layout.h"
-#include "formats/expand.h"
+#include "formats/fill_surface.h"
 
 namespace koru {
 
@@ -19,16 +17,14 @@ constexpr std::uint64_t DivideUp(std::uint32_t value, std::uint32_t divisor) noe
     return (std::uint64_t{value} + divisor - 1) / divisor;
 }
 
-/// Copies the payload into a new level table; its entry, or null.
+/// Puts the payload into a new level table; its entry, or null.
 const LevelEntry* ReadLevel(SourceBuffer& source, const AstcHeader& header,
                             std::uint32_t payloadBytes) noexcept {
     LevelTable& levels = g_astcState.levels;
     if (LevelTable_CreateSingleLevel(levels) == 0) return nullptr;
-    LevelEntry& level = levels.entries[0];
-    level.levelWidth = header.width;
-    level.levelHeight = header.height;
-    if (LevelEntry_SetSize(level, payloadBytes) == 0) return nullptr;
-    return Source_Read(source, level.data.Data(), payloadBytes) != 0 ? &level : nullptr;
+    return State_ReadPayload(g_astcState, source, payloadBytes, header.width, header.height) != 0
+               ? &levels.entries[0]
+               : nullptr;
 }
 
 int DecodePayload(SourceBuffer& source, const AstcHeader& header) {
@@ -39,26 +35,17 @@ int DecodePayload(SourceBuffer& source, const AstcHeader& header) {
     const LevelEntry* level = ReadLevel(source, header, *payloadBytes);
     if (level == nullptr) return 0;
 
-    ByteBuffer pixels = ByteBuffer::Allocate(size->dataSize);
-    if (!pixels) return 0;
-    switch (Astc_DecodeBlocks({level->data.Data(), level->byteSize}, header.width, header.height,
-                              header.footprint, pixels.Data())) {
-        case AstcDecodeResult::Decoded:
-            break;
-        case AstcDecodeResult::Refused:
-            // Quirk: a footprint that ASTC does not have gives transparent black instead of a
-            // failure; hosts get a record for every well-formed container.
-            std::memset(pixels.Data(), 0, pixels.Size());
-            break;
-        case AstcDecodeResult::OutOfMemory:
-            return 0;
-    }
-
     DecodeSurface& surface = g_astcState.surface;
     if (!Surface_SetLayout(surface, header.width, header.height, kRgbaBytes)) return 0;
     surface.reservedB = 1;
-    return Expand_TakePixels(surface, std::move(pixels), size->dataSize, 32,
-                             Layout_FromMasks(kRgbaByteMasks, 0), ExpandMember::Astc);
+    AstcRows rows(LevelEntry_GetBytes(*level), header.width, header.height, header.footprint);
+    if (Surface_FillFromRows(surface, rows, size->dataSize, 32, Layout_FromMasks(kRgbaByteMasks, 0),
+                             ExpandMember::Astc) != 0) {
+        return 1;
+    }
+    // Quirk: a footprint that ASTC does not have gives transparent black instead of a failure;
+    // hosts get a record for every well-formed container.
+    return rows.IsRefused() && Surface_AllocateZeroed(surface) ? 1 : 0;
 }
 
 }  // namespace

@@ -11,7 +11,6 @@ namespace koru {
 
 inline constexpr std::uint32_t kAstcMagic = 0x5CA1AB13;
 inline constexpr std::uint32_t kAstcHeaderBytes = 16;
-inline constexpr std::uint32_t kAstcBlockBytes = 16;
 
 /// Layout (little-endian): magic 4, block width 1, height 1, depth 1, image width 3, height 3,
 /// depth 3, as the Arm ASTC Encoder documents it.

@@ -129,28 +129,42 @@ constexpr const EtcFormat* FindFormat(std::uint32_t code) noexcept {
 
 }  // namespace
 
+EtcResult Etc_PreparePixels(std::uint32_t sourceInternalFormat, std::uint32_t width,
+                            std::uint32_t height, bool srgbSupported, EtcPixels& pixels) noexcept {
+    const EtcFormat* const row = FindFormat(sourceInternalFormat);
+    if (row == nullptr || (row->isSrgb && !srgbSupported)) return kEtcUnsupportedFormat;
+
+    const EtcLayout& layout = row->layout;
+    pixels = {.format = layout.format,
+              .internalFormat = row->internalFormat,
+              .type = layout.type,
+              .pixelBytes = layout.pixelBytes};
+    // Quirk: set before memory is there, and left alone by the 8-bit formats; the flag always says
+    // what the last 11-bit format was.
+    if (layout.eacSigned != kKeep) g_eacSigned = layout.eacSigned == kSet ? 1 : 0;
+
+    // The size padded to whole blocks must fit, though only the pixels inside take memory.
+    return Blocks_GetBytes(width, height, kBlockTexels * layout.pixelBytes) ? kEtcSuccess
+                                                                            : kEtcOutOfMemory;
+}
+
 std::uint32_t Etc_DecodeImage(const std::uint8_t* source, std::uint32_t sourceInternalFormat,
                               std::uint32_t width, std::uint32_t height, ByteBuffer& destination,
                               std::uint32_t& format, std::uint32_t& internalFormat,
                               std::uint32_t& type, std::int32_t /*reserved*/,
                               std::uint8_t srgbSupported) noexcept {
-    const EtcFormat* const row = FindFormat(sourceInternalFormat);
-    if (row == nullptr || (row->isSrgb && srgbSupported == 0)) return kEtcUnsupportedFormat;
-
-    const EtcLayout& layout = row->layout;
-    format = layout.format;
-    internalFormat = row->internalFormat;
-    type = layout.type;
-    // Quirk: set before memory is there, and left alone by the 8-bit formats; the flag always says
-    // what the last 11-bit format was.
-    if (layout.eacSigned != kKeep) g_eacSigned = layout.eacSigned == kSet ? 1 : 0;
+    EtcPixels pixels;
+    const EtcResult result =
+        Etc_PreparePixels(sourceInternalFormat, width, height, srgbSupported != 0, pixels);
+    if (result == kEtcUnsupportedFormat) return result;
+    format = pixels.format;
+    internalFormat = pixels.internalFormat;
+    type = pixels.type;
 
     destination.Reset();
-    // The size padded to whole blocks must fit, too, though only the pixels inside are allocated.
-    const auto paddedBytes = Blocks_GetBytes(width, height, kBlockTexels * layout.pixelBytes);
-    if (!paddedBytes) return kEtcOutOfMemory;
-    if (*paddedBytes == 0) return kEtcSuccess;
-    const auto size = Size_GetPacked(width, height, layout.pixelBytes);
+    if (result != kEtcSuccess) return result;
+    if (width == 0 || height == 0) return kEtcSuccess;
+    const auto size = Size_GetPacked(width, height, pixels.pixelBytes);
     if (size) destination = ByteBuffer::Allocate(size->dataSize);
     if (!destination) return kEtcOutOfMemory;
 

@@ -17,6 +17,17 @@ enum EtcResult : std::uint32_t {
 /// 1 after a signed 11-bit format was decoded, 0 after an unsigned one; others leave it alone.
 extern std::uint32_t g_eacSigned;
 
+/// What an image decodes to.
+struct EtcPixels {
+    std::uint32_t format = 0, internalFormat = 0, type = 0;  ///< GL codes.
+    std::uint32_t pixelBytes = 0;
+};
+
+/// What Etc_DecodeImage does before it needs memory: notes whether 11-bit formats are signed, and
+/// tells what the pixels will be. They stay untouched for an unsupported format.
+EtcResult Etc_PreparePixels(std::uint32_t sourceInternalFormat, std::uint32_t width,
+                            std::uint32_t height, bool srgbSupported, EtcPixels& pixels) noexcept;
+
 /// Decodes one image of the eleven ETC-family formats into a new buffer: an EtcResult.
 ///
 /// source                Etc_GetPayloadBytes(...) bytes: blocks row by row, left to right.

@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "blocks/block_texels.h"
 #include "blocks/etc_decoder.h"
 #include "blocks/payload_size.h"
 #include "core/bytes.h"
@@ -26,17 +27,73 @@ bool PrepareSurface(const PayloadTarget& target, std::uint32_t componentCount) n
     return true;
 }
 
+// Decoders by rows. Rows of blocks are decoded independently, so those above tell where a piece
+// begins.
+
+class S3tcRows final : public RowDecoder {
+  public:
+    S3tcRows(const PayloadTarget& target, const LevelEntry& level, S3tcMode mode,
+             std::uint32_t componentCount) noexcept
+        : blocks_(LevelEntry_GetBytes(level).data()),
+          width_(target.width),
+          mode_(mode),
+          componentCount_(componentCount) {
+        rowBytes = target.width * componentCount;
+        rowCount = target.height;
+        rowStep = kBlockSide;
+    }
+
+    bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
+                    std::uint8_t* target) noexcept override {
+        const std::uint32_t offset = *S3tc_GetPayloadBytes(mode_, width_, firstRow);
+        S3tc_DecodeImage(target, blocks_ + offset, mode_, 0, width_, count,
+                         static_cast<std::int32_t>(componentCount_));
+        return true;
+    }
+
+  private:
+    const std::uint8_t* blocks_;
+    std::uint32_t width_;
+    S3tcMode mode_;
+    std::uint32_t componentCount_;
+};
+
+class EtcRows final : public RowDecoder {
+  public:
+    EtcRows(const LevelEntry& level, std::uint32_t glInternalFormat,
+            std::uint32_t pixelBytes) noexcept
+        : blocks_(LevelEntry_GetBytes(level).data()),
+          width_(level.levelWidth),
+          glInternalFormat_(glInternalFormat) {
+        rowBytes = level.levelWidth * pixelBytes;
+        rowCount = level.levelHeight;
+        rowStep = kBlockSide;
+    }
+
+    bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
+                    std::uint8_t* target) noexcept override {
+        const std::uint32_t offset = *Etc_GetPayloadBytes(glInternalFormat_, width_, firstRow);
+        Etc_DecodePixels(target, blocks_ + offset, glInternalFormat_, width_, count);
+        return true;
+    }
+
+  private:
+    const std::uint8_t* blocks_;
+    std::uint32_t width_;
+    std::uint32_t glInternalFormat_;
+};
+
 bool IsTooShort(const LevelEntry& level, std::optional<std::uint32_t> neededBytes) noexcept {
     return !neededBytes || level.byteSize < *neededBytes;
 }
 
 }  // namespace
 
-int Payload_TakeDecoded(const PayloadTarget& target, ByteBuffer decoded, std::uint32_t decodedSize,
-                        std::uint32_t componentCount) noexcept {
+int Payload_TakeRows(const PayloadTarget& target, RowDecoder& decoder, std::uint32_t decodedSize,
+                     std::uint32_t componentCount) noexcept {
     if (!PrepareSurface(target, componentCount)) return 0;
-    return Expand_TakePixels(target.surface, std::move(decoded), decodedSize, 8 * componentCount,
-                             kPlainLayout, target.member);
+    return Surface_FillFromRows(target.surface, decoder, decodedSize, 8 * componentCount,
+                                kPlainLayout, target.member);
 }
 
 int Payload_MakeBlank(const PayloadTarget& target, std::uint32_t componentCount) noexcept {
@@ -50,23 +107,25 @@ int Payload_ExpandPacked(const PayloadTarget& target, LevelEntry& level,
     const auto neededBytes = Payload_GetPackedBytes(target.width, target.height, componentCount);
     if (neededBytes == 0u || IsTooShort(level, neededBytes)) return 1;
     if (!PrepareSurface(target, componentCount)) return 0;
-    const std::uint32_t byteSize = level.byteSize;
-    return Expand_TakePixels(target.surface, LevelEntry_TakeData(level), byteSize, bitsPerPixel,
+    const auto bytes = LevelEntry_GetBytes(level);
+    const PackedPixels packed{.data = bytes.data(),
+                              .size = level.byteSize,
+                              .readable = level.byteSize,
+                              .bitsPerPixel = bitsPerPixel};
+    if (!Surface_WantsCopy(target.surface, packed, layout, target.member))
+        return Surface_FillFromMemory(target.surface, packed, layout, target.member);
+    return Expand_TakePixels(target.surface, LevelEntry_TakeData(level), packed.size, bitsPerPixel,
                              layout, target.member);
 }
 
 int Payload_DecodeS3tc(const PayloadTarget& target, const LevelEntry& level, S3tcMode mode,
                        std::uint32_t componentCount) noexcept {
     if (IsTooShort(level, S3tc_GetPayloadBytes(mode, target.width, target.height))) return 1;
-    const auto rgbaSize = Size_GetPacked(target.width, target.height, kRgbaBytes);
-    const auto size = Size_GetPacked(target.width, target.height, componentCount);
-    if (!rgbaSize || !size) return 0;
-    ByteBuffer decoded = ByteBuffer::Allocate(size->dataSize);
-    if (!decoded) return 0;
-    S3tc_DecodeImage(decoded.Data(), level.data.Data(), mode, 0, target.width, target.height,
-                     static_cast<std::int32_t>(componentCount));
     // Four bytes a pixel count as decoded, whatever the component count.
-    return Payload_TakeDecoded(target, std::move(decoded), rgbaSize->dataSize, componentCount);
+    const auto rgbaSize = Size_GetPacked(target.width, target.height, kRgbaBytes);
+    if (!rgbaSize) return 0;
+    S3tcRows rows(target, level, mode, componentCount);
+    return Payload_TakeRows(target, rows, rgbaSize->dataSize, componentCount);
 }
 
 int Payload_DecodeEtc(const PayloadTarget& target, const LevelEntry& level,
@@ -75,40 +134,28 @@ int Payload_DecodeEtc(const PayloadTarget& target, const LevelEntry& level,
                                                             level.levelHeight))) {
         return 1;
     }
-    ByteBuffer decoded;
-    std::uint32_t format = 0;
-    std::uint32_t internalFormat = 0;
-    std::uint32_t type = 0;
-    if (Etc_DecodeImage(level.data.Data(), glInternalFormat, level.levelWidth, level.levelHeight,
-                        decoded, format, internalFormat, type, 0, 1) != kEtcSuccess) {
+    EtcPixels pixels;
+    if (Etc_PreparePixels(glInternalFormat, level.levelWidth, level.levelHeight, true, pixels) !=
+        kEtcSuccess) {
         return 0;
     }
-    const auto componentCount = static_cast<std::uint32_t>(
-        Gl_GetComponentCount(components == EtcComponents::OfFormat ? format : internalFormat));
+    const auto componentCount = static_cast<std::uint32_t>(Gl_GetComponentCount(
+        components == EtcComponents::OfFormat ? pixels.format : pixels.internalFormat));
     // Quirk: 16-bit samples count as 8-bit components. R11 comes out as the grey of its raw bytes
     // where it has a component count, and as opaque black where it has none, as RG11 always does.
     const auto size = Size_GetPacked(level.levelWidth, level.levelHeight, componentCount);
     if (!size) return 0;
-    return Payload_TakeDecoded(target, std::move(decoded), size->dataSize, componentCount);
+    EtcRows rows(level, glInternalFormat, pixels.pixelBytes);
+    return Payload_TakeRows(target, rows, size->dataSize, componentCount);
 }
 
 int Payload_DecodeAstc(const PayloadTarget& target, const LevelEntry& level,
                        const AstcFootprint& footprint) noexcept {
     const auto size = Size_GetPacked(target.width, target.height, kRgbaBytes);
     if (!size) return 0;
-    ByteBuffer decoded = ByteBuffer::Allocate(size->dataSize);
-    if (!decoded) return 0;
-    switch (Astc_DecodeBlocks({level.data.Data(), level.byteSize}, target.width, target.height,
-                              footprint, decoded.Data())) {
-        case AstcDecodeResult::Decoded:
-            return Payload_TakeDecoded(target, std::move(decoded), size->dataSize, kRgbaBytes);
-        case AstcDecodeResult::Refused:
-            decoded.Reset();
-            return Payload_MakeBlank(target, kRgbaBytes);
-        case AstcDecodeResult::OutOfMemory:
-            break;
-    }
-    return 0;
+    AstcRows rows(LevelEntry_GetBytes(level), target.width, target.height, footprint);
+    const int result = Payload_TakeRows(target, rows, size->dataSize, kRgbaBytes);
+    return result == 0 && rows.IsRefused() ? Payload_MakeBlank(target, kRgbaBytes) : result;
 }
 
 }  // namespace koru

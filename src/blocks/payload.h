@@ -11,6 +11,7 @@
 #include "core/decode_surface.h"
 #include "core/level_table.h"
 #include "formats/expand.h"
+#include "formats/fill_surface.h"
 
 namespace koru {
 
@@ -30,11 +31,11 @@ enum class EtcComponents { OfFormat, OfInternalFormat };
 // sizes do not fit 32 bits: 0. A payload that is too short: 1, and the surface stays as it was.
 // A surface is 32-bit for four components, and once it was for every later image.
 
-/// Decoded components of 8 bits each, rows packed; they may become the surface's pixels. Of
-/// `decodedSize` bytes that count, those that the buffer does not hold read as 0.
-[[nodiscard]] int Payload_TakeDecoded(const PayloadTarget& target, ByteBuffer decoded,
-                                      std::uint32_t decodedSize,
-                                      std::uint32_t componentCount) noexcept;
+/// Components of 8 bits each, as a decoder gives them. Of `decodedSize` bytes that count, those
+/// behind the decoder's last row read as 0.
+[[nodiscard]] int Payload_TakeRows(const PayloadTarget& target, RowDecoder& decoder,
+                                   std::uint32_t decodedSize,
+                                   std::uint32_t componentCount) noexcept;
 
 /// Opaque black.
 [[nodiscard]] int Payload_MakeBlank(const PayloadTarget& target,

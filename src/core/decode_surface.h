@@ -2,10 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "core/byte_buffer.h"
 
 namespace koru {
+
+/// What finishing will make of a surface.
+enum class RecordForm : std::uint8_t {
+    Unknown,
+    Rgb,
+    Rgba,
+    HeaderOnly,  ///< A record without pixels.
+};
 
 /// One per container format, static. Rows are packed: stride = width * bytesPerPixel.
 struct DecodeSurface {
@@ -28,6 +37,12 @@ struct DecodeSurface {
     std::uint32_t reservedG = 0;
     std::uint32_t reservedH = 0;
     ByteBuffer pixels;  ///< R, G, B (, A), top row first.
+
+    /// Set while a load runs: a decoder that knows the record's form can make its pixels at once.
+    RecordForm wantedForm = RecordForm::Unknown;
+    /// Whether `pixels` are finished already: in the wanted form, not in the surface's own. Those
+    /// of HeaderOnly are memory that nobody has written, and nobody will read.
+    bool isFinished = false;
 };
 
 /// Frees the pixels and zeroes size and layout. reservedA, B, C, F, G and H keep their values.
@@ -39,10 +54,23 @@ void Surface_Clear(DecodeSurface& surface) noexcept;
 [[nodiscard]] bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width,
                                      std::uint32_t height, std::uint32_t bytesPerPixel) noexcept;
 
-/// Gives a surface that has its layout `dataSize` bytes of opaque black; false without memory.
+/// Bytes of a pixel as decoders should make it: of the wanted form, else of the surface's own.
+[[nodiscard]] std::uint32_t Surface_GetTargetBytes(const DecodeSurface& surface) noexcept;
+
+/// Gives a surface that has its layout memory for pixels of Surface_GetTargetBytes; false without
+/// memory, or if they do not fit the 32-bit size fields.
+[[nodiscard]] bool Surface_AllocatePixels(DecodeSurface& surface) noexcept;
+
+/// The same, of opaque black.
 [[nodiscard]] bool Surface_AllocateBlack(DecodeSurface& surface) noexcept;
 
+/// The same, of zeros.
+[[nodiscard]] bool Surface_AllocateZeroed(DecodeSurface& surface) noexcept;
+
 /// Makes the pixels from byte `offset` on opaque black; `offset` is that of a pixel.
-void Surface_FillBlack(DecodeSurface& surface, std::uint64_t offset) noexcept;
+void Surface_FillBlack(DecodeSurface& surface, std::uint32_t offset) noexcept;
+
+/// Makes pixels of 3 or 4 bytes opaque black.
+void Pixels_FillBlack(std::span<std::uint8_t> pixels, std::uint32_t bytesPerPixel) noexcept;
 
 }  // namespace koru

@@ -19,6 +19,14 @@ void State_SetName(FormatState& state, std::string_view ascii) noexcept {
     state.name[units] = 0;
 }
 
+int State_ReadPayload(FormatState& state, SourceBuffer& source, std::uint32_t byteCount,
+                      std::uint32_t width, std::uint32_t height) noexcept {
+    LevelEntry& level = state.levels.entries[0];
+    return state.surface.wantedForm == RecordForm::HeaderOnly
+               ? LevelEntry_SkipPayload(level, source, byteCount, width, height)
+               : LevelEntry_ReadPayload(level, source, byteCount, width, height);
+}
+
 void State_Release(FormatState& state) noexcept {
     LevelTable_Release(state.levels);
     state.surface.pixels.Reset();

@@ -32,6 +32,11 @@ void State_SetName(FormatState& state, const KORU_Char* path) noexcept;
 /// Copies an ASCII name into the name buffer.
 void State_SetName(FormatState& state, std::string_view ascii) noexcept;
 
+/// LevelEntry_ReadPayload for the first level of the table; a load that wants no pixels skips it.
+[[nodiscard]] int State_ReadPayload(FormatState& state, SourceBuffer& source,
+                                    std::uint32_t byteCount, std::uint32_t width,
+                                    std::uint32_t height) noexcept;
+
 /// Releases the level table and the pixels, and empties the name.
 void State_Release(FormatState& state) noexcept;
 

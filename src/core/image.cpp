@@ -55,17 +55,21 @@ void CopyPixels(std::uint8_t* target, const std::uint8_t* source, std::size_t pi
     }
 }
 
-void CopySurface(KORU_Image& image, const DecodeSurface& surface) noexcept {
-    const std::size_t pixelCount = std::size_t{surface.width} * surface.height;
-    const bool hasAlpha = surface.bitsPerPixel == 32;
-    const bool fromRgba = surface.bytesPerPixel == kRgbaBytes;
-    const bool toRgba = image.bytesPerPixel == kRgbaBytes;
-    const auto copy = fromRgba ? (toRgba ? CopyPixels<4, 4> : CopyPixels<4, 3>)
-                               : (toRgba ? CopyPixels<3, 4> : CopyPixels<3, 3>);
-    copy(image.pixels, surface.pixels.Data(), pixelCount, hasAlpha);
+}  // namespace
+
+RecordForm Image_GetForm(std::uint32_t flags) noexcept {
+    if ((flags & KORU_FLAG_HEADER_ONLY) != 0) return RecordForm::HeaderOnly;
+    return (flags & KORU_FLAG_RGBA) != 0 ? RecordForm::Rgba : RecordForm::Rgb;
 }
 
-}  // namespace
+void Image_FinishPixels(const FinishedPixels& target, const SurfacePixels& source,
+                        std::size_t pixelCount) noexcept {
+    const bool fromRgba = source.bytesPerPixel == kRgbaBytes;
+    const bool toRgba = target.bytesPerPixel == kRgbaBytes;
+    const auto copy = fromRgba ? (toRgba ? CopyPixels<4, 4> : CopyPixels<4, 3>)
+                               : (toRgba ? CopyPixels<3, 4> : CopyPixels<3, 3>);
+    copy(target.data, source.data, pixelCount, source.hasAlpha);
+}
 
 void Image_Delete(KORU_Image* image) noexcept {
     if (image == nullptr) return;
@@ -94,16 +98,21 @@ ImageHandle Image_FromSurface(const DecodeSurface& surface, std::uint32_t flags)
     if (image == nullptr || (flags & KORU_FLAG_HEADER_ONLY) != 0) return image;
     image->pixels = ByteBuffer::Allocate(image->dataSize).Release();
     if (image->pixels == nullptr) return nullptr;
-    CopySurface(*image, surface);
+    Image_FinishPixels({.data = image->pixels, .bytesPerPixel = image->bytesPerPixel},
+                       {.data = surface.pixels.Data(),
+                        .bytesPerPixel = surface.bytesPerPixel,
+                        .hasAlpha = surface.bitsPerPixel == 32},
+                       std::size_t{surface.width} * surface.height);
     return image;
 }
 
 ImageHandle Image_TakeSurface(DecodeSurface& surface, std::uint32_t flags) noexcept {
-    const bool isRgba = (flags & KORU_FLAG_RGBA) != 0;
-    const bool wouldCopy = (flags & KORU_FLAG_HEADER_ONLY) == 0 &&
-                           surface.bitsPerPixel == (isRgba ? 32u : 24u) &&
-                           surface.bytesPerPixel == (isRgba ? kRgbaBytes : kRgbBytes);
-    if (!wouldCopy) return Image_FromSurface(surface, flags);
+    const RecordForm form = Image_GetForm(flags);
+    const std::uint32_t bytesPerPixel = form == RecordForm::Rgba ? kRgbaBytes : kRgbBytes;
+    const bool wouldCopy =
+        surface.bitsPerPixel == bytesPerPixel * 8 && surface.bytesPerPixel == bytesPerPixel;
+    if (form == RecordForm::HeaderOnly || !(surface.isFinished || wouldCopy))
+        return Image_FromSurface(surface, flags);
     ImageHandle image = CreateRecord(surface, flags);
     if (image != nullptr) image->pixels = surface.pixels.Release();
     return image;

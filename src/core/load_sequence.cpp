@@ -8,6 +8,20 @@
 namespace koru {
 namespace {
 
+/// While it lives, decoders know what the load makes of their surface.
+class WantedForm {
+  public:
+    WantedForm(DecodeSurface& surface, std::uint32_t flags) noexcept : surface_(surface) {
+        surface_.wantedForm = Image_GetForm(flags);
+    }
+    ~WantedForm() { surface_.wantedForm = RecordForm::Unknown; }
+    WantedForm(const WantedForm&) = delete;
+    WantedForm& operator=(const WantedForm&) = delete;
+
+  private:
+    DecodeSurface& surface_;
+};
+
 /// Finishes the surface into a record and clears it, so that no pixels outlive the call.
 ImageHandle FinishAndClear(FormatState& state, std::uint32_t flags) noexcept {
     ImageHandle image = Image_TakeSurface(state.surface, flags);
@@ -23,9 +37,7 @@ SourceBuffer ReadWholeFile(const KORU_Char* path) noexcept {
     if (!size) return {};
     ByteBuffer bytes = ByteBuffer::Allocate(*size);  // none for an empty file
     if (!bytes || !File_Read(file.get(), {bytes.Data(), bytes.Size()})) return {};
-    SourceBuffer source = Source_Borrow(bytes.Data(), bytes.Size());
-    source.owned = std::move(bytes);
-    return source;
+    return Source_Own(std::move(bytes));
 }
 
 }  // namespace
@@ -45,6 +57,7 @@ ImageHandle Load_FromFile(const ContainerFormat& format, const KORU_Char* path,
                           std::uint32_t flags) {
     if (path == nullptr) return nullptr;
     Surface_Clear(format.state.surface);
+    const WantedForm wanted(format.state.surface, flags);
     SourceBuffer source;
     if (Load_ParseFile(format, source, path) == 0) return nullptr;
     return FinishAndClear(format.state, flags);
@@ -54,6 +67,7 @@ ImageHandle Load_FromMemory(const ContainerFormat& format, const std::uint8_t* d
                             std::uint32_t size, std::uint32_t flags) {
     if (data == nullptr || size == 0) return nullptr;
     Surface_Clear(format.state.surface);
+    const WantedForm wanted(format.state.surface, flags);
     SourceBuffer source = Source_Borrow(data, size);
     State_SetName(format.state, format.memoryName);
     // Quirk: unlike a file's, the parser's result is not looked at. A surface that a failing parser

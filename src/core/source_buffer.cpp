@@ -2,11 +2,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace koru {
 
 SourceBuffer Source_Borrow(const std::uint8_t* data, std::uint32_t size) noexcept {
     return SourceBuffer{.owned = {}, .data = data, .offset = 0, .size = size};
+}
+
+SourceBuffer Source_Own(ByteBuffer bytes) noexcept {
+    SourceBuffer source = Source_Borrow(bytes.Data(), bytes.Size());
+    source.owned = std::move(bytes);
+    return source;
 }
 
 void Source_Release(SourceBuffer& source) noexcept { source = SourceBuffer{}; }

@@ -12,7 +12,7 @@ namespace koru {
 
 /// Input bytes with a read offset; offset <= size.
 struct SourceBuffer {
-    ByteBuffer owned;                    ///< The file's bytes; empty when `data` is borrowed.
+    ByteBuffer owned;                    ///< The input's bytes; empty when `data` is borrowed.
     const std::uint8_t* data = nullptr;  ///< The input, owned or borrowed.
     std::uint32_t offset = 0;            ///< Read position.
     std::uint32_t size = 0;              ///< Valid bytes.
@@ -20,6 +20,9 @@ struct SourceBuffer {
 
 /// Wraps bytes that the caller keeps; nothing is copied or freed.
 [[nodiscard]] SourceBuffer Source_Borrow(const std::uint8_t* data, std::uint32_t size) noexcept;
+
+/// Takes bytes over.
+[[nodiscard]] SourceBuffer Source_Own(ByteBuffer bytes) noexcept;
 
 /// Frees owned bytes and empties the buffer.
 void Source_Release(SourceBuffer& source) noexcept;

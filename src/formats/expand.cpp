@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <limits>
-#include <utility>
 
 #include "core/bytes.h"
+#include "formats/expand_rows.h"
 #include "formats/gl_codes.h"
 
 namespace koru {
@@ -159,7 +159,7 @@ constexpr std::uint64_t CountBelow(std::uint64_t first, std::uint64_t step,
 /// behind the source. Quirk: a grey byte and the fourth byte of a pixel are not tested.
 /// Gives the bytes of the target that were reached, from its start.
 template <typename ConvertRow>
-std::uint64_t WalkRows(const DecodeSurface& surface, const PackedPixels& source,
+std::uint64_t WalkRows(const ExpandTarget& surface, const PackedPixels& source,
                        std::uint64_t pixelBytes, std::uint64_t rowPadding,
                        ConvertRow&& convertRow) noexcept {
     const std::uint64_t testedByte = std::min<std::uint64_t>(pixelBytes, 3) - (pixelBytes != 0);
@@ -190,11 +190,11 @@ void StorePixel(std::uint8_t* target, const Channels& color) noexcept {
 }
 
 template <unsigned TargetBytes, bool WithAlpha, typename Convert>
-std::uint64_t ConvertRows(DecodeSurface& surface, const PackedPixels& source,
+std::uint64_t ConvertRows(const ExpandTarget& surface, const PackedPixels& source,
                           std::uint64_t rowPadding, const Convert& convert) noexcept {
     constexpr unsigned kBytes = Convert::kBytes;
     return WalkRows(surface, source, kBytes, rowPadding, [&](const RowSpan& row) {
-        std::uint8_t* target = surface.pixels.Data() + row.target;
+        std::uint8_t* target = surface.pixels + row.target;
         const std::uint64_t readable =
             row.source < source.readable ? source.readable - row.source : 0;
         const std::uint64_t wholeCount = std::min(row.pixelCount, readable / kBytes);
@@ -214,14 +214,8 @@ std::uint64_t ConvertRows(DecodeSurface& surface, const PackedPixels& source,
     });
 }
 
-/// What the fourth byte of a 32-bit surface gets from a source without alpha.
-enum class MissingAlpha {
-    Kept,    ///< Nothing: it keeps its value.
-    Opaque,  ///< 255, for pixels that had no value yet.
-};
-
 template <typename Convert>
-std::uint64_t ExpandWith(DecodeSurface& surface, const PackedPixels& source,
+std::uint64_t ExpandWith(const ExpandTarget& surface, const PackedPixels& source,
                          std::uint64_t rowPadding, const Convert& convert,
                          MissingAlpha missingAlpha) noexcept {
     if (surface.bytesPerPixel == 3) {
@@ -233,8 +227,9 @@ std::uint64_t ExpandWith(DecodeSurface& surface, const PackedPixels& source,
                        : ConvertRows<4, false>(surface, source, rowPadding, convert);
 }
 
-std::uint64_t Expand16(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-                       const ChannelLayout& layout, MissingAlpha missingAlpha) noexcept {
+std::uint64_t Expand16(const ExpandTarget& surface, const PackedPixels& source,
+                       std::uint64_t rowPadding, const ChannelLayout& layout,
+                       MissingAlpha missingAlpha) noexcept {
     switch (layout.glFormat) {
         case GL_RGB565:
             return ExpandWith(surface, source, rowPadding, ConvertRgb565{}, missingAlpha);
@@ -263,8 +258,8 @@ constexpr bool IsRaw32(std::uint32_t glFormat, ExpandMember member) noexcept {
     }
 }
 
-std::uint64_t Expand32(DecodeSurface& surface, const PackedPixels& source, std::uint64_t rowPadding,
-                       const ChannelLayout& layout, ExpandMember member,
+std::uint64_t Expand32(const ExpandTarget& surface, const PackedPixels& source,
+                       std::uint64_t rowPadding, const ChannelLayout& layout, ExpandMember member,
                        MissingAlpha missingAlpha) noexcept {
     if (IsRaw32(layout.glFormat, member)) {
         return ExpandWith(surface, source, rowPadding, ConvertRgba8{}, missingAlpha);
@@ -280,64 +275,58 @@ std::uint64_t Expand32(DecodeSurface& surface, const PackedPixels& source, std::
 }
 
 /// Source widths without a conversion, as 16-bit formats without one.
-std::uint64_t ExpandUnknownWidth(DecodeSurface& surface, const PackedPixels& source,
+std::uint64_t ExpandUnknownWidth(const ExpandTarget& surface, const PackedPixels& source,
                                  std::uint64_t pixelBytes, std::uint64_t rowPadding,
                                  MissingAlpha missingAlpha) noexcept {
     const bool storesAlpha = surface.bytesPerPixel == 4 && missingAlpha == MissingAlpha::Opaque;
     const auto store = storesAlpha ? StorePixel<4, true> : StorePixel<3, false>;
     return WalkRows(surface, source, pixelBytes, rowPadding, [&](const RowSpan& row) {
-        std::uint8_t* target = surface.pixels.Data() + row.target;
+        std::uint8_t* target = surface.pixels + row.target;
         for (std::uint64_t i = 0; i < row.pixelCount; ++i, target += surface.bytesPerPixel) {
             store(target, Channels{});
         }
     });
 }
 
-/// Bytes of a source pixel as the member counts them.
-constexpr std::uint64_t GetPixelBytes(const PackedPixels& source, ExpandMember member) noexcept {
-    return member == ExpandMember::Astc ? 4u : source.bitsPerPixel / 8u;
-}
-
-/// Bytes from the end of a row's pixels to the next multiple of 4. Decoders of 24-bit rows hand
-/// them over unpadded all the same; such images come out sheared, as they always did.
-constexpr std::uint64_t GetRowPadding(std::uint32_t width, std::uint64_t pixelBytes) noexcept {
-    const std::uint64_t rowBytes = width * pixelBytes;
-    return (rowBytes + 3u) / 4u * 4u - rowBytes;
-}
-
-/// Whether there is nothing that a member would expand.
-bool IsRefused(ExpandMember member, const PackedPixels& source) noexcept {
-    if (source.data == nullptr || source.size == 0) return true;
-    return member != ExpandMember::Astc && source.bitsPerPixel == 0;
-}
-
-/// Gives the bytes of the target that were reached, from its start.
-std::uint64_t Convert(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
-                      const ChannelLayout& layout, MissingAlpha missingAlpha) noexcept {
-    const std::uint64_t pixelBytes = GetPixelBytes(source, member);
-    const std::uint64_t rowPadding = GetRowPadding(surface.width, pixelBytes);
-    switch (pixelBytes) {
-        case 1:
-            return ExpandWith(surface, source, rowPadding, ConvertGrey{}, missingAlpha);
-        case 2:
-            return Expand16(surface, source, rowPadding, layout, missingAlpha);
-        case 3:
-            return ExpandWith(surface, source, rowPadding, ConvertRgb8{}, missingAlpha);
-        case 4:
-            return Expand32(surface, source, rowPadding, layout, member, missingAlpha);
-        default:
-            return ExpandUnknownWidth(surface, source, pixelBytes, rowPadding, missingAlpha);
-    }
-}
-
 int ExpandAs(ExpandMember member, DecodeSurface& surface, const PackedPixels& source,
              const ChannelLayout& layout) noexcept {
-    if (!surface.pixels || IsRefused(member, source)) return 0;
-    Convert(member, surface, source, layout, MissingAlpha::Kept);
+    if (!surface.pixels || source.data == nullptr ||
+        Expand_IsRefused(source.size, source.bitsPerPixel, member)) {
+        return 0;
+    }
+    Expand_ConvertRows(Expand_GetTarget(surface), source, layout, member, MissingAlpha::Kept);
     return 1;
 }
 
 }  // namespace
+
+ExpandTarget Expand_GetTarget(DecodeSurface& surface) noexcept {
+    return {.pixels = surface.pixels.Data(),
+            .width = surface.width,
+            .height = surface.height,
+            .bitsPerPixel = surface.bitsPerPixel,
+            .bytesPerPixel = surface.bytesPerPixel,
+            .dataSize = surface.dataSize};
+}
+
+std::uint64_t Expand_ConvertRows(const ExpandTarget& target, const PackedPixels& source,
+                                 const ChannelLayout& layout, ExpandMember member,
+                                 MissingAlpha missingAlpha) noexcept {
+    const std::uint64_t pixelBytes = Expand_GetPixelBytes(source.bitsPerPixel, member);
+    const std::uint64_t rowPadding = Expand_GetRowPadding(target.width, pixelBytes);
+    switch (pixelBytes) {
+        case 1:
+            return ExpandWith(target, source, rowPadding, ConvertGrey{}, missingAlpha);
+        case 2:
+            return Expand16(target, source, rowPadding, layout, missingAlpha);
+        case 3:
+            return ExpandWith(target, source, rowPadding, ConvertRgb8{}, missingAlpha);
+        case 4:
+            return Expand32(target, source, rowPadding, layout, member, missingAlpha);
+        default:
+            return ExpandUnknownWidth(target, source, pixelBytes, rowPadding, missingAlpha);
+    }
+}
 
 PackedPixels Packed_FromBuffer(const ByteBuffer& buffer, std::uint32_t size,
                                std::uint32_t bitsPerPixel) noexcept {
@@ -366,28 +355,11 @@ int ExpandPackedPixelsAstc(DecodeSurface& surface, const PackedPixels& source,
 
 bool Expand_IsCopy(const DecodeSurface& surface, const PackedPixels& source,
                    const ChannelLayout& layout, ExpandMember member) noexcept {
-    const std::uint64_t pixelBytes = GetPixelBytes(source, member);
+    const std::uint64_t pixelBytes = Expand_GetPixelBytes(source.bitsPerPixel, member);
     if (pixelBytes != surface.bytesPerPixel || source.size < surface.dataSize) return false;
-    if (GetRowPadding(surface.width, pixelBytes) != 0) return false;
+    if (Expand_GetRowPadding(surface.width, pixelBytes) != 0) return false;
     if (pixelBytes == 3) return true;
     return pixelBytes == 4 && surface.bitsPerPixel == 32 && IsRaw32(layout.glFormat, member);
-}
-
-int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source, std::uint32_t sourceSize,
-                      std::uint32_t bitsPerPixel, const ChannelLayout& layout,
-                      ExpandMember member) noexcept {
-    const PackedPixels packed = Packed_FromBuffer(source, sourceSize, bitsPerPixel);
-    if (source.Size() >= surface.dataSize && Expand_IsCopy(surface, packed, layout, member)) {
-        source.Shrink(surface.dataSize);
-        surface.pixels = std::move(source);
-        return 1;
-    }
-    // Black that is all zeros costs no memory until it is read.
-    if (IsRefused(member, packed)) return Surface_AllocateBlack(surface) ? 1 : 0;
-    surface.pixels = ByteBuffer::Allocate(surface.dataSize);
-    if (!surface.pixels) return 0;
-    Surface_FillBlack(surface, Convert(member, surface, packed, layout, MissingAlpha::Opaque));
-    return 1;
 }
 
 }  // namespace koru

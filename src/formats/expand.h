@@ -51,9 +51,9 @@ int ExpandPackedPixelsAstc(DecodeSurface& surface, const PackedPixels& source,
                                  const ChannelLayout& layout, ExpandMember member) noexcept;
 
 /// Fills a surface that has its layout but no pixels: what giving it opaque black pixels and
-/// expanding `sourceSize` bytes into them does, a refused expansion included. Where that would be
-/// a copy, `source` itself becomes the pixels. `source` may hold fewer bytes; the others read as 0.
-/// 1, or 0 without memory.
+/// expanding `sourceSize` bytes into them does, a refused expansion included, in the form that the
+/// surface wants. Where that would be a copy, `source` itself becomes the pixels. `source` may hold
+/// fewer bytes; the others read as 0. 1, or 0 without memory.
 [[nodiscard]] int Expand_TakePixels(DecodeSurface& surface, ByteBuffer source,
                                     std::uint32_t sourceSize, std::uint32_t bitsPerPixel,
                                     const ChannelLayout& layout, ExpandMember member) noexcept;

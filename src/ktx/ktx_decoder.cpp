@@ -10,20 +10,19 @@
 namespace koru {
 namespace {
 
-/// Copies the payload into the entry; an absent one leaves it empty.
-int ReadPayload(SourceBuffer& source, const KtxContents& contents, LevelEntry& level) noexcept {
+/// Puts the payload into the entry; an absent one leaves it empty.
+int ReadPayload(SourceBuffer& source, const KtxContents& contents) noexcept {
     const KtxLevelRange& range = contents.level;
     if (!range.isPresent) return 1;
     Source_Seek(source, range.byteOffset);
-    return LevelEntry_ReadPayload(level, source, range.byteSize, contents.width, contents.height);
+    return State_ReadPayload(g_ktxState, source, range.byteSize, contents.width, contents.height);
 }
 
 int DecodeContents(SourceBuffer& source, const std::optional<KtxContents>& contents) noexcept {
     LevelTable& levels = g_ktxState.levels;
     if (LevelTable_CreateSingleLevel(levels) == 0 || !contents) return 0;
-    LevelEntry& level = levels.entries[0];
-    if (ReadPayload(source, *contents, level) == 0) return 0;
-    return Ktx_DecodePixels(*contents, level);
+    if (ReadPayload(source, *contents) == 0) return 0;
+    return Ktx_DecodePixels(*contents, levels.entries[0]);
 }
 
 }  // namespace

@@ -50,18 +50,16 @@ int ReadPlainFile(SourceBuffer& source, const KORU_Char* name) {
 
 /// Opens wrapper after wrapper. Besides the file, only the bytes of two are in memory at a time.
 int ReadWrappedFile(SourceBuffer& source, const KORU_Char* name) {
-    ByteBuffer joined = Ktx_JoinChunks(source);
-    if (!joined) return 0;
+    SourceBuffer inner = Source_Own(Ktx_JoinChunks(source));
+    if (inner.data == nullptr) return 0;
     // Owned bytes stay the loader's to free.
     source.data = nullptr;
     source.offset = 0;
     source.size = 0;
-    SourceBuffer inner = Source_Borrow(joined.Data(), joined.Size());
     for (int wrapper = 1; PeekMagic(inner) == kKtxWrapperMagic; ++wrapper) {
         ByteBuffer next = wrapper < kKtxMaxWrappers ? Ktx_JoinChunks(inner) : ByteBuffer();
         if (!next) return 1;
-        joined = std::move(next);
-        inner = Source_Borrow(joined.Data(), joined.Size());
+        inner = Source_Own(std::move(next));
     }
     static_cast<void>(ReadPlainFile(inner, name));
     return 1;

@@ -1,10 +1,9 @@
 #include "pvr/pvr_decoder.h"
 
 #include <optional>
-#include <utility>
+#include <span>
 
 #include "blocks/payload.h"
-#include "core/byte_buffer.h"
 #include "core/bytes.h"
 #include "formats/gl_formats.h"
 #include "pvr/pvr_contents.h"
@@ -14,17 +13,36 @@
 namespace koru {
 namespace {
 
+class PvrtcRows final : public RowDecoder {
+  public:
+    PvrtcRows(std::span<const std::uint8_t> payload, bool is2Bpp, std::uint32_t width,
+              std::uint32_t height) noexcept
+        : payload_(payload), is2Bpp_(is2Bpp), width_(width) {
+        rowBytes = width * kRgbaBytes;
+        rowCount = height;
+        rowStep = height;
+    }
+
+    bool DecodeRows(std::uint32_t /*firstRow*/, std::uint32_t count,
+                    std::uint8_t* target) noexcept override {
+        PvrtcDecompress(payload_, is2Bpp_, static_cast<std::int32_t>(width_),
+                        static_cast<std::int32_t>(count), 0, target);
+        return true;
+    }
+
+  private:
+    std::span<const std::uint8_t> payload_;
+    bool is2Bpp_;
+    std::uint32_t width_;
+};
+
 int DecodePvrtc(const PayloadTarget& target, const LevelEntry& level, bool is2Bpp) noexcept {
     const auto neededBytes = Pvrtc_GetPayloadBytes(is2Bpp, target.width, target.height);
     if (!neededBytes || level.byteSize < *neededBytes) return 1;
     const auto size = Size_GetPacked(target.width, target.height, kRgbaBytes);
     if (!size) return 0;
-    ByteBuffer decoded = ByteBuffer::Allocate(size->dataSize);
-    if (!decoded) return 0;
-    PvrtcDecompress({level.data.Data(), level.byteSize}, is2Bpp,
-                    static_cast<std::int32_t>(target.width),
-                    static_cast<std::int32_t>(target.height), 0, decoded.Data());
-    return Payload_TakeDecoded(target, std::move(decoded), size->dataSize, kRgbaBytes);
+    PvrtcRows rows(LevelEntry_GetBytes(level), is2Bpp, target.width, target.height);
+    return Payload_TakeRows(target, rows, size->dataSize, kRgbaBytes);
 }
 
 int DecodePixels(const PvrContents& contents, LevelEntry& level) noexcept {
@@ -51,18 +69,18 @@ int DecodePixels(const PvrContents& contents, LevelEntry& level) noexcept {
     return 1;
 }
 
-/// Copies the payload at the source's offset into the entry; one of no bytes leaves it empty.
-int ReadPayload(SourceBuffer& source, const PvrContents& contents, LevelEntry& level) noexcept {
+/// Puts the payload at the source's offset into the entry; one of no bytes leaves it empty.
+int ReadPayload(SourceBuffer& source, const PvrContents& contents) noexcept {
     if (contents.payloadBytes == 0) return 1;
-    return LevelEntry_ReadPayload(level, source, contents.payloadBytes, contents.width,
-                                  contents.height);
+    return State_ReadPayload(g_pvrState, source, contents.payloadBytes, contents.width,
+                             contents.height);
 }
 
 int DecodeContents(SourceBuffer& source, const std::optional<PvrContents>& contents) noexcept {
     LevelTable& levels = g_pvrState.levels;
     if (LevelTable_CreateSingleLevel(levels) == 0 || !contents) return 0;
     LevelEntry& level = levels.entries[0];
-    if (ReadPayload(source, *contents, level) == 0) return 0;
+    if (ReadPayload(source, *contents) == 0) return 0;
     // Only version-3 headers may say so: nothing to decode, and no failure.
     if (contents->width == 0 || contents->height == 0) return 1;
     return DecodePixels(*contents, level);
