@@ -48,3 +48,16 @@ function(korutex_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS})
 endfunction()
+
+# korutex_test_kernels(NAME LEVEL...)
+#
+# Further CTest entries of a program with support/kernel_main.cpp: one for each level of kernels. A
+# machine that cannot run a level skips it.
+function(korutex_test_kernels name)
+  foreach(level IN LISTS ARGN)
+    add_test(NAME ${name}_${level} COMMAND ${name} --kernels=${level})
+    # Programs that write their results at the same time would overwrite each other's.
+    set_tests_properties(${name}_${level} PROPERTIES SKIP_RETURN_CODE 77 RESOURCE_LOCK ${name})
+  endforeach()
+  set_tests_properties(${name} PROPERTIES RESOURCE_LOCK ${name})
+endfunction()
