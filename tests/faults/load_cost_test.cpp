@@ -3,6 +3,9 @@
 // takes, a stated multiple of the file and of its image. Needs heap_faults.
 #include <gtest/gtest.h>
 #include <korutex.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -394,28 +397,25 @@ struct ValidFile {
     std::size_t pixelCount;
 };
 
-std::vector<ValidFile> ListValidFiles() {
-    constexpr std::uint32_t kValid = 512;
-    constexpr std::size_t kCount = std::size_t{kValid} * kValid;
+std::vector<ValidFile> ListValidFiles(std::uint32_t side = 512) {
+    const std::size_t count = std::size_t{side} * side;
     std::vector<ValidFile> files;
     for (const KtxFormat& format : kKtxFormats) {
-        const Bytes payload(format.GetPayloadBytes(kValid), 0x41);
-        files.push_back(
-            {{"ktx " + std::string(format.name), &kKtx,
-              format.Start1().Size(kValid, kValid).Level(payload).Build(), format.IsAstc()},
-             kCount});
+        const Bytes payload(format.GetPayloadBytes(side), 0x41);
+        files.push_back({{"ktx " + std::string(format.name), &kKtx,
+                          format.Start1().Size(side, side).Level(payload).Build(), format.IsAstc()},
+                         count});
         if (format.vk == 0) continue;
-        files.push_back(
-            {{"ktx2 " + std::string(format.name), &kKtx,
-              Ktx2Builder().Format(format.vk).Size(kValid, kValid).Level(payload).Build(),
-              format.IsAstc()},
-             kCount});
+        files.push_back({{"ktx2 " + std::string(format.name), &kKtx,
+                          Ktx2Builder().Format(format.vk).Size(side, side).Level(payload).Build(),
+                          format.IsAstc()},
+                         count});
     }
     for (const std::uint32_t number : kPvrBlockNumbers) {
         files.push_back(
             {{"pvr " + std::to_string(number), &kPvr,
-              PvrV3Builder().Compressed(number).Size(kValid, kValid).Data(Bytes(kCount)).Build()},
-             kCount});
+              PvrV3Builder().Compressed(number).Size(side, side).Data(Bytes(count)).Build()},
+             count});
     }
     for (const char* names : {"rgba", "rgb", "l"}) {
         for (const PvrChannelWidths& widths : {PvrChannelWidths{8, 8, 8, 8},
@@ -427,28 +427,28 @@ std::vector<ValidFile> ListValidFiles() {
             files.push_back({{"pvr " + std::string(names), &kPvr,
                               PvrV3Builder()
                                   .Packed(names, widths)
-                                  .Size(kValid, kValid)
-                                  .Data(Bytes(kCount * 4))
+                                  .Size(side, side)
+                                  .Data(Bytes(count * 4))
                                   .Build()},
-                             kCount});
+                             count});
         }
     }
     for (const std::uint32_t type : kPvrLegacyTypes) {
         files.push_back(
             {{"legacy pvr " + std::to_string(type), &kPvr,
-              PvrLegacyBuilder().Type(type).Size(kValid, kValid).Data(Bytes(kCount * 4)).Build()},
-             kCount});
+              PvrLegacyBuilder().Type(type).Size(side, side).Data(Bytes(count * 4)).Build()},
+             count});
     }
-    for (const std::uint8_t side : Bytes{4, 6, 12}) {
-        const std::size_t across = (kValid + side - 1u) / side;
-        files.push_back({{"astc " + std::to_string(side), &kAstc,
+    for (const std::uint8_t block : Bytes{4, 6, 12}) {
+        const std::size_t across = (side + block - 1u) / block;
+        files.push_back({{"astc " + std::to_string(block), &kAstc,
                           AstcBuilder()
-                              .Blocks(side, side)
-                              .Size(kValid, kValid)
+                              .Blocks(block, block)
+                              .Size(side, side)
                               .Solid({1, 2, 3, 4}, across * across)
                               .Build(),
                           true},
-                         kCount});
+                         count});
     }
     return files;
 }
@@ -472,6 +472,77 @@ TEST(LoadCost, ValidFilesCostTwiceTheirBytesAndEightAPixel) {
         HeapFaults_Disarm();
         EXPECT_NE(image, nullptr);
         EXPECT_LE(HeapFaults_GetPeakBytes(), bound + file.file.size());
+    }
+}
+
+// Nothing of an image's size lies between the payload and the record: no more than pieces. The
+// payload of a file is the file itself. With RGB records most formats convert.
+TEST(LoadCost, ValidFilesCostTheirBytesTheRecordAndPieces) {
+    constexpr std::size_t kPieces = 1 << 20;
+    TempFolder folder;
+    const KoruPath path = Test_ToKoruPath(folder / "file");
+    for (const auto& [file, pixelCount] : ListValidFiles(kSide)) {
+        SCOPED_TRACE(file.name);
+        const std::size_t codec = file.usesCodec ? kContext : 0;
+        Test_WriteFile(folder / "file", file.file);
+        for (const std::uint32_t flags : {0u, 2u}) {
+            const std::size_t bound =
+                file.file.size() + pixelCount * (flags == 2 ? 4 : 3) + codec + kPieces;
+            // Packed pixels that become the record's are there once.
+            EXPECT_LE(MeasureLoad(file, flags, true), bound) << flags;
+            DropPayload(file.container);
+            HeapFaults_Arm(0);
+            const KoruImagePtr image(file.container->loadFile(path.c_str(), flags));
+            HeapFaults_Disarm();
+            EXPECT_NE(image, nullptr);
+            EXPECT_LE(HeapFaults_GetPeakBytes(), bound) << flags << ", from a file";
+        }
+    }
+}
+
+// A record without pixels costs none: they are asked for, but not touched, and the payload is not
+// copied.
+TEST(LoadCost, HeaderOnlyLoadsTouchNoPixels) {
+    if (std::getenv("MALLOC_PERTURB_") != nullptr) {
+        GTEST_SKIP() << "this heap writes to all that it gives";
+    }
+    constexpr std::uint32_t kLarge = 4096;
+    const NamedFile files[] = {
+        {"S3TC", &kKtx,
+         Ktx1Builder()
+             .Compressed(0x83F1)
+             .Size(kLarge, kLarge)
+             .Level(Bytes(std::size_t{kLarge} * kLarge / 2))
+             .Build()},
+        {"packed", &kKtx,
+         Ktx1Builder()
+             .Uncompressed(0x8058)
+             .Size(kLarge, kLarge)
+             .Level(Bytes(std::size_t{kLarge} * kLarge * 4))
+             .Build()},
+        {"PVRTC", &kPvr,
+         PvrV3Builder()
+             .Compressed(3)
+             .Size(kLarge, kLarge)
+             .Data(Bytes(kLarge * kLarge / 2))
+             .Build()},
+        {"ASTC", &kAstc,
+         AstcBuilder().Blocks(8, 8).Size(kLarge, kLarge).Solid({}, kLarge * kLarge / 64).Build()},
+    };
+    for (const NamedFile& file : files) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            constexpr long kKibibytes = 2 << 10;
+            rusage before{}, after{};
+            getrusage(RUSAGE_SELF, &before);
+            const bool loads = Load(file, KORU_FLAG_HEADER_ONLY) != nullptr;
+            getrusage(RUSAGE_SELF, &after);
+            _exit(loads && after.ru_maxrss - before.ru_maxrss < kKibibytes ? 0 : 1);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << file.name;
     }
 }
 
