@@ -14,6 +14,7 @@
 #include "pvr_builder.h"
 #include "pvr_widths.h"
 #include "test_blocks.h"
+#include "test_noise.h"
 #include "wrap_plan.h"
 #include "wrapper_builder.h"
 
@@ -40,17 +41,6 @@ class SeedFolder {
   private:
     fs::path folder_;
 };
-
-/// Bytes without an order that a decoder would know.
-Bytes MakeNoise(std::size_t byteCount, std::uint32_t seed = 1) {
-    Bytes bytes(byteCount);
-    std::uint32_t state = seed * 2654435761u + 1;
-    for (std::uint8_t& byte : bytes) {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<std::uint8_t>(state >> 24);
-    }
-    return bytes;
-}
 
 std::string ToHex(std::uint32_t value) {
     std::array<char, 9> text{};
@@ -118,7 +108,7 @@ Bytes MakeKtx2Blocks(const BlockFormat& format, std::uint32_t width, std::uint32
 /// Rows of payload, padded to 4 bytes, long enough for the reader.
 Bytes MakeRows(const PackedFormat& format, std::size_t width, std::size_t height) {
     const std::size_t row = (width * std::max(format.pixelBytes, format.payloadBytes) + 3) / 4 * 4;
-    return MakeNoise(row * height, format.ktx1);
+    return Test_MakeNoise(row * height, format.ktx1);
 }
 
 Bytes MakeKtx1Packed(const PackedFormat& format, std::uint32_t width, std::uint32_t height) {
@@ -141,26 +131,12 @@ Bytes MakeKtx2Packed(const PackedFormat& format, std::uint32_t width, std::uint3
 
 void WriteAstcSeeds(const fs::path& root) {
     SeedFolder seeds(root, "astc_load");
-    constexpr std::array<std::array<std::uint8_t, 2>, 14> kFootprints{{{4, 4},
-                                                                       {5, 4},
-                                                                       {5, 5},
-                                                                       {6, 5},
-                                                                       {6, 6},
-                                                                       {8, 5},
-                                                                       {8, 6},
-                                                                       {10, 5},
-                                                                       {10, 6},
-                                                                       {8, 8},
-                                                                       {10, 8},
-                                                                       {10, 10},
-                                                                       {12, 10},
-                                                                       {12, 12}}};
-    for (const auto& [width, height] : kFootprints) {
+    for (const auto& [width, height] : kTestAstcFootprints) {
         seeds.Add(std::to_string(width) + 'x' + std::to_string(height),
                   AstcBuilder().Blocks(width, height).Size(13, 7).Solid({1, 2, 3, 4}, 8).Build());
     }
     Bytes noise = AstcBuilder().Blocks(6, 6).Size(12, 12).Build();
-    Test_Append(noise, MakeNoise(64));
+    Test_Append(noise, Test_MakeNoise(64));
     seeds.Add("noise", noise);
     seeds.Add("no_footprint", AstcBuilder().Blocks(7, 9).Size(9, 9).Raw(32).Build());
     seeds.Add("volume", AstcBuilder().Blocks(3, 3, 3).Size(5, 5).Raw(64).Build());
@@ -183,26 +159,32 @@ void WriteKtxSeeds(const fs::path& root) {
     seeds.Add("ktx1_levels", Ktx1Builder()
                                  .Compressed(0x83F3)
                                  .Size(8, 8)
-                                 .Level(MakeNoise(64))
-                                 .Level(MakeNoise(16))
-                                 .Level(MakeNoise(16))
+                                 .Level(Test_MakeNoise(64))
+                                 .Level(Test_MakeNoise(16))
+                                 .Level(Test_MakeNoise(16))
                                  .Build());
-    seeds.Add(
-        "ktx2_levels",
-        Ktx2Builder().Format(37, 4).Size(4, 2).Level(MakeNoise(32)).Level(MakeNoise(8)).Build());
+    seeds.Add("ktx2_levels", Ktx2Builder()
+                                 .Format(37, 4)
+                                 .Size(4, 2)
+                                 .Level(Test_MakeNoise(32))
+                                 .Level(Test_MakeNoise(8))
+                                 .Build());
     seeds.Add("ktx2_no_payload", Ktx2Builder().Format(147, 8).Size(6, 6).Build());
 }
 
 void WritePvrSeeds(const fs::path& root) {
     SeedFolder seeds(root, "pvr_load");
     for (const std::uint32_t type : {18u, 21u, 24u, 25u, 28u, 32u, 34u, 36u, 54u, 55u, 56u}) {
-        seeds.Add(
-            "legacy_" + std::to_string(type),
-            PvrLegacyBuilder().Type(type | 0x10000).Size(8, 8).Data(MakeNoise(256, type)).Build());
+        seeds.Add("legacy_" + std::to_string(type), PvrLegacyBuilder()
+                                                        .Type(type | 0x10000)
+                                                        .Size(8, 8)
+                                                        .Data(Test_MakeNoise(256, type))
+                                                        .Build());
     }
     for (std::uint32_t number = 0; number <= 26; ++number) {
-        seeds.Add("v3_" + std::to_string(number),
-                  PvrV3Builder().Compressed(number).Size(8, 8).Data(MakeNoise(64, number)).Build());
+        seeds.Add(
+            "v3_" + std::to_string(number),
+            PvrV3Builder().Compressed(number).Size(8, 8).Data(Test_MakeNoise(64, number)).Build());
     }
     constexpr std::array<std::string_view, 10> kNames{"rgba", "bgra", "rgbx", "rgb", "bgr",
                                                       "r",    "g",    "b",    "a",   "l"};
@@ -212,7 +194,7 @@ void WritePvrSeeds(const fs::path& root) {
                       .Packed(kNames[i], kPvrPackedWidths[i % kPvrPackedWidths.size()])
                       .Metadata(kTestPvrV3Word, 3, {0, 1, 0})
                       .Size(5, 3)
-                      .Data(MakeNoise(60))
+                      .Data(Test_MakeNoise(60))
                       .Build());
     }
     seeds.Add("v3_no_payload", PvrV3Builder().Compressed(22).Size(6, 6).Build());
@@ -233,15 +215,17 @@ void WriteBlockSeeds(const fs::path& root) {
     SeedFolder etc(root, "etc_blocks");
     for (std::uint8_t format = 0; format < 12; ++format) {
         const std::string name = std::to_string(format);
-        etc.Add(name + "_noise", MakeBlockInput(format, 0, 12, 8, format, MakeNoise(96, format)));
-        etc.Add(name + "_cut", MakeBlockInput(format, 1, 5, 3, 7, MakeNoise(16, format)));
+        etc.Add(name + "_noise",
+                MakeBlockInput(format, 0, 12, 8, format, Test_MakeNoise(96, format)));
+        etc.Add(name + "_cut", MakeBlockInput(format, 1, 5, 3, 7, Test_MakeNoise(16, format)));
     }
     etc.Add("empty", MakeBlockInput(5, 0, 0, 0, 0, {}));
     SeedFolder s3tc(root, "s3tc_blocks");
     for (std::uint8_t mode = 0; mode < 8; ++mode) {
         for (std::uint8_t bytes = 0; bytes < 7; bytes = static_cast<std::uint8_t>(bytes + 2)) {
-            s3tc.Add(std::to_string(mode) + '_' + std::to_string(bytes),
-                     MakeBlockInput(mode, bytes, 6u - bytes / 2u, 5, mode, MakeNoise(64, mode)));
+            s3tc.Add(
+                std::to_string(mode) + '_' + std::to_string(bytes),
+                MakeBlockInput(mode, bytes, 6u - bytes / 2u, 5, mode, Test_MakeNoise(64, mode)));
         }
     }
     SeedFolder pvrtc(root, "pvrtc_blocks");
@@ -250,7 +234,7 @@ void WriteBlockSeeds(const fs::path& root) {
             Bytes input{shape};
             Test_PutLe(input, size, 2);
             Test_PutLe(input, size + shape % 2, 2);
-            Test_Append(input, MakeNoise(256, size));
+            Test_Append(input, Test_MakeNoise(256, size));
             pvrtc.Add(std::to_string(shape) + '_' + std::to_string(size), input);
         }
     }
@@ -297,8 +281,18 @@ void WriteExpandSeeds(const fs::path& root) {
             Bytes input{static_cast<std::uint8_t>(format % 3),     pixelBytes, format, layout,
                         static_cast<std::uint8_t>(pixelBytes % 4), 4,          3};
             Test_PutLe(input, 40u + format, 2);
-            Test_Append(input, MakeNoise(pixelBytes * 12u, format));
-            seeds.Add(std::to_string(format) + '_' + std::to_string(pixelBytes), input);
+            Test_Append(input, Test_MakeNoise(pixelBytes * 12u, format));
+            const std::string name = std::to_string(format) + '_' + std::to_string(pixelBytes);
+            seeds.Add(name, input);
+
+            // Rows that are long enough for every kernel, of a source that counts what it holds.
+            Bytes wide{input.begin(), input.begin() + 7};
+            wide[3] |= 2;
+            wide[5] = 37;
+            wide[6] = 2;
+            Test_PutLe(wide, 0, 2);
+            Test_Append(wide, Test_MakeNoise((pixelBytes * 37u + 3) * 2, format));
+            seeds.Add(name + "_wide", wide);
         }
     }
 }
@@ -312,7 +306,7 @@ void WriteWriterSeeds(const fs::path& root) {
                 Test_PutLe(input, field, 4);
             }
             input.push_back(shape);
-            Test_Append(input, MakeNoise(40, shape));
+            Test_Append(input, Test_MakeNoise(40, shape));
             seeds.Add(std::to_string(writer) + '_' + ToHex(shape), input);
             // Pixels that end within the third row, within a pixel of it.
             input.resize(input.size() - 9);

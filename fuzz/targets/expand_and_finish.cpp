@@ -1,5 +1,5 @@
 // Packed pixels to a surface, and the surface to a record: the ways that take buffers over must
-// give what the plain ones define.
+// give what the plain ones define, and so must every set of kernels.
 //
 // Input: member 1, bits per pixel 1, format 1, layout 1, flags 1, width 1, height 1, size that
 // counts 2, pixels.
@@ -13,6 +13,7 @@
 
 #include "byte_reader.h"
 #include "core/image.h"
+#include "core/kernel_level.h"
 #include "core/row_alignment.h"
 #include "formats/expand.h"
 #include "formats/gl_codes.h"
@@ -117,6 +118,27 @@ koru::DecodeSurface ExpandTaking(const Case& it) {
     return surface;
 }
 
+/// Expanding and finishing with every set of kernels that the machine runs.
+void CheckKernels(const Case& it) {
+    const koru::KernelLevel best = koru::KernelLevel_Get();
+    koru::DecodeSurface reference;
+    koru::ImageHandle referenceImage;
+    for (const koru::KernelLevel level : koru::KernelLevel_GetRunnable()) {
+        koru::KernelLevel_Force(level);
+        koru::DecodeSurface surface = ExpandPlainly(it);
+        koru::ImageHandle image = koru::Image_FromSurface(surface, it.flags);
+        if (level == koru::KernelLevel::Scalar) {
+            reference = std::move(surface);
+            referenceImage = std::move(image);
+            continue;
+        }
+        Fuzz_Require(HoldSame(reference, surface), "kernels expand as the scalar ones do");
+        Fuzz_Require(Fuzz_IsSame(referenceImage.get(), image.get()),
+                     "kernels finish as the scalar ones do");
+    }
+    koru::KernelLevel_Force(best);
+}
+
 /// The rows by their definition: three bytes a pixel, zeros up to a multiple of 4.
 std::vector<std::uint8_t> AlignByDefinition(const KORU_Image& image) {
     std::vector<std::uint8_t> rows;
@@ -152,6 +174,7 @@ void CheckFinishing(const koru::DecodeSurface& defined, koru::DecodeSurface& tak
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Case it = ReadCase(ByteReader(data, size));
     if (it.width == 0 || it.height == 0) return 0;
+    CheckKernels(it);
     const koru::DecodeSurface defined = ExpandPlainly(it);
     koru::DecodeSurface taken = ExpandTaking(it);
     Fuzz_Require(HoldSame(defined, taken), "taking pixels equals expanding them");

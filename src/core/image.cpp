@@ -6,11 +6,10 @@
 #include <new>
 
 #include "core/bytes.h"
+#include "core/pixel_kernels.h"
 
 namespace koru {
 namespace {
-
-constexpr std::uint8_t kOpaque = 255;
 
 /// A record with every size set and no pixels; null as Image_FromSurface says.
 ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noexcept {
@@ -39,20 +38,13 @@ ImageHandle CreateRecord(const DecodeSurface& surface, std::uint32_t flags) noex
     });
 }
 
-/// Copies packed pixels; a source without alpha gives opaque ones.
-template <std::uint32_t SourceBytes, std::uint32_t TargetBytes>
-void CopyPixels(std::uint8_t* target, const std::uint8_t* source, std::size_t pixelCount,
-                bool hasAlpha) noexcept {
-    for (std::size_t pixel = 0; pixel < pixelCount; ++pixel) {
-        target[0] = source[0];
-        target[1] = source[1];
-        target[2] = source[2];
-        if constexpr (TargetBytes == kRgbaBytes) {
-            target[3] = SourceBytes == kRgbaBytes && hasAlpha ? source[3] : kOpaque;
-        }
-        source += SourceBytes;
-        target += TargetBytes;
-    }
+/// How the pixels of a surface become those of a record; a surface without alpha gives opaque ones.
+PixelRow* ChooseCopy(const FinishedPixels& target, const SurfacePixels& source) noexcept {
+    const PixelKernels& kernels = PixelKernels_Get();
+    const bool toRgba = target.bytesPerPixel == kRgbaBytes;
+    if (source.bytesPerPixel != kRgbaBytes) return toRgba ? kernels.rgbToRgba : kernels.rgbToRgb;
+    if (!toRgba) return kernels.rgbaToRgb;
+    return source.hasAlpha ? kernels.rgbaToRgba : kernels.rgbaToOpaque;
 }
 
 }  // namespace
@@ -64,11 +56,7 @@ RecordForm Image_GetForm(std::uint32_t flags) noexcept {
 
 void Image_FinishPixels(const FinishedPixels& target, const SurfacePixels& source,
                         std::size_t pixelCount) noexcept {
-    const bool fromRgba = source.bytesPerPixel == kRgbaBytes;
-    const bool toRgba = target.bytesPerPixel == kRgbaBytes;
-    const auto copy = fromRgba ? (toRgba ? CopyPixels<4, 4> : CopyPixels<4, 3>)
-                               : (toRgba ? CopyPixels<3, 4> : CopyPixels<3, 3>);
-    copy(target.data, source.data, pixelCount, source.hasAlpha);
+    ChooseCopy(target, source)(target.data, source.data, pixelCount);
 }
 
 void Image_Delete(KORU_Image* image) noexcept {

@@ -5,140 +5,14 @@
 #include <cstddef>
 #include <limits>
 
-#include "core/bytes.h"
-#include "formats/expand_rows.h"
+#include "core/pixel_kernels.h"
+#include "formats/expand_converters.h"
+#include "formats/expand_kernels.h"
+#include "formats/expand_target.h"
 #include "formats/gl_codes.h"
 
 namespace koru {
 namespace {
-
-struct Channels {
-    std::uint8_t r = 0, g = 0, b = 0, a = 255;
-};
-
-constexpr std::uint8_t Low8(std::uint32_t value) noexcept {
-    return static_cast<std::uint8_t>(value);
-}
-
-/// A field of `Bits` bits at `Shift`, scaled to 0..255 by a truncating division.
-template <unsigned Shift, unsigned Bits>
-constexpr std::uint8_t ScaleField(std::uint32_t pixel) noexcept {
-    constexpr std::uint32_t kFull = (1u << Bits) - 1u;
-    return Low8((pixel >> Shift & kFull) * 255u / kFull);
-}
-
-/// An unsigned float of 5 exponent and `MantissaBits` mantissa bits, times 255, truncated; the low
-/// 8 bits of that. Infinity and NaN count as 0, and so does every denormal (below 1/255).
-/// Layout: GL_EXT_packed_float.
-template <unsigned MantissaBits>
-constexpr std::uint8_t ScaleSmallFloat(std::uint32_t bits) noexcept {
-    const std::uint32_t exponent = bits >> MantissaBits;
-    if (exponent == 0 || exponent >= 31) return 0;
-    const std::uint32_t one = 1u << MantissaBits;
-    const std::uint32_t scaled = (one + (bits & (one - 1u))) * 255u;
-    // value = scaled * 2^(exponent - 15 - MantissaBits)
-    constexpr std::uint32_t kUnitExponent = 15 + MantissaBits;
-    // Quirk: no clamping, so 2.0 stores 254; pictures of such files look as they always did.
-    return exponent >= kUnitExponent ? Low8(scaled << (exponent - kUnitExponent))
-                                     : Low8(scaled >> (kUnitExponent - exponent));
-}
-
-/// A channel by its mask. Quirk: in 32 bits that wrap, so a channel of more than 8 bits keeps its
-/// lowest bits only; pictures of such files look as they always did.
-constexpr std::uint8_t ScaleMasked(std::uint32_t pixel, const ChannelLayout& layout,
-                                   std::size_t channel) noexcept {
-    const std::uint32_t full = layout.maxValues[channel];
-    if (full == 0) return 0;
-    const std::uint32_t value =
-        (pixel >> layout.shifts[channel]) << Layout_GetScaleShift(layout.bitCounts[channel]) & full;
-    return Low8(value * 255u / full);  // the product wraps by definition
-}
-
-// Converters: bytes a pixel has, whether it brings alpha, and its channels. `Convert` reads
-// kBytes bytes.
-
-struct ConvertGrey {
-    static constexpr unsigned kBytes = 1;
-    static constexpr bool kHasAlpha = false;
-    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[0], p[0], 255}; }
-};
-
-struct ConvertRgb565 {
-    static constexpr unsigned kBytes = 2;
-    static constexpr bool kHasAlpha = true;
-    Channels operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
-        return {ScaleField<11, 5>(v), ScaleField<5, 6>(v), ScaleField<0, 5>(v), 255};
-    }
-};
-
-template <bool WithAlphaBit>
-struct ConvertRgb5 {
-    static constexpr unsigned kBytes = 2;
-    static constexpr bool kHasAlpha = true;
-    Channels operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
-        return {ScaleField<10, 5>(v), ScaleField<5, 5>(v), ScaleField<0, 5>(v),
-                WithAlphaBit ? ScaleField<15, 1>(v) : std::uint8_t{255}};
-    }
-};
-
-/// Quirk: red in bits 8..11 and alpha on top, as in 0xARGB; hosts know the colors this gives.
-struct ConvertRgba4 {
-    static constexpr unsigned kBytes = 2;
-    static constexpr bool kHasAlpha = true;
-    Channels operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Bytes_LoadLeAt<2>(p);
-        return {ScaleField<8, 4>(v), ScaleField<4, 4>(v), ScaleField<0, 4>(v),
-                ScaleField<12, 4>(v)};
-    }
-};
-
-/// 16-bit pixels of a format that has no conversion. Quirk: they repeat the channels of the pixel
-/// before, and before any pixel those are opaque black; blank instead of refused.
-struct ConvertNone16 {
-    static constexpr unsigned kBytes = 2;
-    static constexpr bool kHasAlpha = true;
-    Channels operator()(const std::uint8_t*) const noexcept { return {}; }
-};
-
-struct ConvertRgb8 {
-    static constexpr unsigned kBytes = 3;
-    static constexpr bool kHasAlpha = false;
-    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], 255}; }
-};
-
-struct ConvertRgba8 {
-    static constexpr unsigned kBytes = 4;
-    static constexpr bool kHasAlpha = true;
-    Channels operator()(const std::uint8_t* p) const noexcept { return {p[0], p[1], p[2], p[3]}; }
-};
-
-struct ConvertMasked {
-    static constexpr unsigned kBytes = 4;
-    static constexpr bool kHasAlpha = true;
-    const ChannelLayout& layout;
-    bool alphaByMask;
-    Channels operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Bytes_LoadLeAt<4>(p);
-        return {ScaleMasked(v, layout, 0), ScaleMasked(v, layout, 1), ScaleMasked(v, layout, 2),
-                alphaByMask ? ScaleMasked(v, layout, 3) : std::uint8_t{255}};
-    }
-};
-
-struct ConvertSmallFloats {
-    static constexpr unsigned kBytes = 4;
-    static constexpr bool kHasAlpha = true;
-    const ChannelLayout& layout;
-    Channels operator()(const std::uint8_t* p) const noexcept {
-        const std::uint32_t v = Bytes_LoadLeAt<4>(p);
-        const auto field = [&](std::size_t channel) {
-            return (v & layout.masks[channel]) >> layout.shifts[channel];
-        };
-        return {ScaleSmallFloat<6>(field(0)), ScaleSmallFloat<6>(field(1)),
-                ScaleSmallFloat<5>(field(2)), 255};
-    }
-};
 
 /// Where a row begins, in bytes of source and target, and how many pixels of it are converted.
 struct RowSpan {
@@ -181,26 +55,67 @@ std::uint64_t WalkRows(const ExpandTarget& surface, const PackedPixels& source,
     return row.target;
 }
 
-template <unsigned TargetBytes, bool WithAlpha>
-void StorePixel(std::uint8_t* target, const Channels& color) noexcept {
-    target[0] = color.r;
-    target[1] = color.g;
-    target[2] = color.b;
-    if constexpr (TargetBytes == 4 && WithAlpha) target[3] = color.a;
+// The kernels that do what a converter does; none for what files do not hold.
+
+ExpandRows FindRows(const ConvertGrey&) noexcept { return ExpandKernels_Get().grey; }
+ExpandRows FindRows(const ConvertRgb565&) noexcept { return ExpandKernels_Get().rgb565; }
+ExpandRows FindRows(const ConvertRgb5<false>&) noexcept { return ExpandKernels_Get().rgb5; }
+ExpandRows FindRows(const ConvertRgb5<true>&) noexcept { return ExpandKernels_Get().rgb5A1; }
+ExpandRows FindRows(const ConvertRgba4&) noexcept { return ExpandKernels_Get().rgba4; }
+ExpandRows FindRows(const ConvertNone16&) noexcept { return {}; }
+
+ExpandRows FindRows(const ConvertRgb8&) noexcept {
+    const PixelKernels& kernels = PixelKernels_Get();
+    return {.toRgb = kernels.rgbToRgb, .toRgba = kernels.rgbToRgba};
+}
+
+ExpandRows FindRows(const ConvertRgba8&) noexcept {
+    const PixelKernels& kernels = PixelKernels_Get();
+    return {.toRgb = kernels.rgbaToRgb, .toRgba = kernels.rgbaToRgba};
+}
+
+/// Whether channels lie as in the layout that a kernel knows.
+bool HasLayout(const ChannelLayout& layout, const ChannelLayout& known) noexcept {
+    return layout.masks == known.masks && layout.shifts == known.shifts &&
+           layout.bitCounts == known.bitCounts && layout.maxValues == known.maxValues;
+}
+
+ExpandRows FindRows(const ConvertMasked& convert) noexcept {
+    const ConvertMasked& known = convert.alphaByMask ? kConvertRgb10A2 : kConvertRgb9E5;
+    if (!HasLayout(convert.layout, known.layout)) return {};
+    return convert.alphaByMask ? ExpandKernels_Get().rgb10A2 : ExpandKernels_Get().rgb9E5;
+}
+
+ExpandRows FindRows(const ConvertSmallFloats& convert) noexcept {
+    if (!HasLayout(convert.layout, kConvertR11G11B10.layout)) return {};
+    return ExpandKernels_Get().r11G11B10;
+}
+
+template <unsigned TargetBytes, bool WithAlpha, typename Convert>
+PixelRow* FindRow(const Convert& convert) noexcept {
+    if constexpr (TargetBytes == 3) return FindRows(convert).toRgb;
+    return WithAlpha ? FindRows(convert).toRgba : nullptr;
 }
 
 template <unsigned TargetBytes, bool WithAlpha, typename Convert>
 std::uint64_t ConvertRows(const ExpandTarget& surface, const PackedPixels& source,
                           std::uint64_t rowPadding, const Convert& convert) noexcept {
     constexpr unsigned kBytes = Convert::kBytes;
+    PixelRow* const kernel = FindRow<TargetBytes, WithAlpha>(convert);
     return WalkRows(surface, source, kBytes, rowPadding, [&](const RowSpan& row) {
         std::uint8_t* target = surface.pixels + row.target;
         const std::uint64_t readable =
             row.source < source.readable ? source.readable - row.source : 0;
         const std::uint64_t wholeCount = std::min(row.pixelCount, readable / kBytes);
-        const std::uint8_t* pixel = source.data + (wholeCount != 0 ? row.source : 0);
-        for (std::uint64_t i = 0; i < wholeCount; ++i, pixel += kBytes, target += TargetBytes) {
-            StorePixel<TargetBytes, WithAlpha>(target, convert(pixel));
+        if (wholeCount != 0) {
+            const std::uint8_t* pixels = source.data + row.source;
+            const auto count = static_cast<std::size_t>(wholeCount);
+            if (kernel != nullptr) {
+                kernel(target, pixels, count);
+            } else {
+                ConvertRun<TargetBytes, WithAlpha>(target, pixels, count, convert);
+            }
+            target += count * TargetBytes;
         }
         // Pixels that reach past the memory: what is missing reads as 0.
         for (std::uint64_t i = wholeCount; i < row.pixelCount; ++i, target += TargetBytes) {

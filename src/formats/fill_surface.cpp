@@ -9,7 +9,7 @@
 
 #include "core/bytes.h"
 #include "core/image.h"
-#include "formats/expand_rows.h"
+#include "formats/expand_target.h"
 
 namespace koru {
 namespace {

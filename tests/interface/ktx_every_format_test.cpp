@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "astc_builder.h"
 #include "ktx_builder.h"
 #include "ktx_expectations.h"
 #include "test_blocks.h"
@@ -98,23 +99,9 @@ std::vector<BlockFormat> ListS3tcFormats() {
 }
 
 std::vector<BlockFormat> ListAstcFormats() {
-    static constexpr std::array<std::pair<std::size_t, std::size_t>, 14> kFootprints{{{4, 4},
-                                                                                      {5, 4},
-                                                                                      {5, 5},
-                                                                                      {6, 5},
-                                                                                      {6, 6},
-                                                                                      {8, 5},
-                                                                                      {8, 6},
-                                                                                      {8, 8},
-                                                                                      {10, 5},
-                                                                                      {10, 6},
-                                                                                      {10, 8},
-                                                                                      {10, 10},
-                                                                                      {12, 10},
-                                                                                      {12, 12}}};
     std::vector<BlockFormat> formats;
-    for (std::uint32_t i = 0; i < 14; ++i) {
-        const auto [width, height] = kFootprints.at(i);
+    for (std::uint32_t i = 0; i < kTestAstcFootprints.size(); ++i) {
+        const auto [width, height] = kTestAstcFootprints.at(i);
         for (const std::uint32_t srgb : {0u, 1u}) {
             formats.push_back({0x93B0 + 0x20 * srgb + i, 157 + 2 * i + srgb, Blocks::Astc, 4,
                                Test_AstcBlock, 4, width, height});

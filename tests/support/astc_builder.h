@@ -8,6 +8,25 @@
 /// R, G, B, A.
 using TestColor = std::array<std::uint8_t, 4>;
 
+/// The footprints of flat blocks, in the order of the registries' codes.
+struct TestFootprint {
+    std::uint8_t width, height;
+};
+inline constexpr std::array<TestFootprint, 14> kTestAstcFootprints{{{4, 4},
+                                                                    {5, 4},
+                                                                    {5, 5},
+                                                                    {6, 5},
+                                                                    {6, 6},
+                                                                    {8, 5},
+                                                                    {8, 6},
+                                                                    {8, 8},
+                                                                    {10, 5},
+                                                                    {10, 6},
+                                                                    {10, 8},
+                                                                    {10, 10},
+                                                                    {12, 10},
+                                                                    {12, 12}}};
+
 /// Header fields start as a valid 1 x 1 image with 4 x 4 blocks and no payload.
 class AstcBuilder {
   public:

@@ -13,6 +13,7 @@
 
 #include "koru_image_ptr.h"
 #include "test_files.h"
+#include "test_noise.h"
 
 /// One of the doors that load from memory.
 using TestMemoryLoader = KORU_Image* (*)(const std::uint8_t*, std::uint32_t, std::uint32_t);
@@ -34,17 +35,6 @@ inline KoruImagePtr Test_LoadKtx(const Bytes& file, std::uint32_t flags) {
 
 inline KoruImagePtr Test_LoadPvr(const Bytes& file, std::uint32_t flags) {
     return Test_Load(KORU_Load_PVR_From_Memory, file, flags);
-}
-
-/// Bytes without a pattern that a wrong offset could hide in.
-inline Bytes Test_MakeNoise(std::size_t size, std::uint32_t seed) {
-    Bytes bytes(size);
-    std::uint32_t state = seed * 2654435761u + 1;
-    for (std::uint8_t& value : bytes) {
-        state = state * 1664525 + 1013904223;
-        value = static_cast<std::uint8_t>(state >> 24);
-    }
-    return bytes;
 }
 
 struct TestPicture {

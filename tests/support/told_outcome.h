@@ -12,7 +12,6 @@
 #include <initializer_list>
 #include <limits>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "astc_builder.h"
@@ -310,20 +309,7 @@ inline ToldOutcome Told_FromAstc(const Bytes& file) {
         return side(4) == x && side(5) == y && side(6) == z;
     };
     bool isLegal = false;
-    for (const auto& [x, y] : {std::pair{4u, 4u},
-                               {5u, 4u},
-                               {5u, 5u},
-                               {6u, 5u},
-                               {6u, 6u},
-                               {8u, 5u},
-                               {8u, 6u},
-                               {8u, 8u},
-                               {10u, 5u},
-                               {10u, 6u},
-                               {10u, 8u},
-                               {10u, 10u},
-                               {12u, 10u},
-                               {12u, 12u}}) {
+    for (const auto& [x, y] : kTestAstcFootprints) {
         isLegal = isLegal || isFootprint(x, y, 1);
     }
     // Other footprints are transparent.
