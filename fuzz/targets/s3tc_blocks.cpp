@@ -1,5 +1,5 @@
-// S3TC and RGTC blocks of any mode and size, exactly as many bytes as the decoder may read; then
-// the same with a payload of any length, from where the readers start.
+// S3TC and RGTC blocks of any mode and size, exactly as many bytes as the decoder may read, with
+// every set of kernels; then the same with a payload of any length, from where the readers start.
 //
 // Input: mode 1, bytes per pixel 1, width 2, height 2, way 1, blocks.
 #include <algorithm>
@@ -10,6 +10,7 @@
 #include "blocks/payload.h"
 #include "blocks/s3tc_decoder.h"
 #include "byte_reader.h"
+#include "core/kernel_level.h"
 #include "fuzz_check.h"
 
 namespace {
@@ -39,11 +40,16 @@ void DecodeAlone(std::span<const std::uint8_t> blocks, koru::S3tcMode mode, std:
     const bool isWritten = bytesPerPixel >= 1 && bytesPerPixel <= 4;
     const std::size_t size =
         isWritten ? std::size_t{width} * height * static_cast<std::size_t>(bytesPerPixel) : 0;
-    // Different contents before: a byte that is not written would show.
-    const auto once = Decode(source.get(), mode, width, height, bytesPerPixel, size, 0x00);
-    const auto twice = Decode(source.get(), mode, width, height, bytesPerPixel, size, 0xA5);
-    Fuzz_Require(std::equal(once.get(), once.get() + size, twice.get()),
-                 "every byte is written, and the same one");
+    const auto levels = koru::KernelLevel_GetRunnable();
+    koru::KernelLevel_Force(levels.front());
+    const auto scalar = Decode(source.get(), mode, width, height, bytesPerPixel, size, 0x00);
+    for (const koru::KernelLevel level : levels) {
+        koru::KernelLevel_Force(level);
+        // Different contents before: a byte that is not written would show.
+        const auto pixels = Decode(source.get(), mode, width, height, bytesPerPixel, size, 0xA5);
+        Fuzz_Require(std::equal(scalar.get(), scalar.get() + size, pixels.get()),
+                     "every byte is written, and the same one at every level");
+    }
 }
 
 void DecodePayload(std::span<const std::uint8_t> blocks, koru::S3tcMode mode, std::uint32_t width,

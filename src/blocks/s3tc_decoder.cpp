@@ -6,6 +6,7 @@
 
 #include "blocks/block_image.h"
 #include "blocks/block_texels.h"
+#include "blocks/s3tc_kernels.h"
 #include "core/bytes.h"
 
 namespace koru {
@@ -186,6 +187,34 @@ void DecodeBlockRow(const ImageRules& rules, const std::uint8_t* blocks, std::ui
     }
 }
 
+/// S3tcDecodeRow of the reference.
+template <S3tcMode Mode, std::size_t PixelBytes>
+void DecodeWideRow(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
+                   std::size_t stride) noexcept {
+    constexpr ImageRules kRules{.mode = Mode, .indexRowBits = GetIndexRowBits(kBlockSide)};
+    DecodeBlockRow<PixelBytes>(kRules, blocks, blockCount, target, stride);
+}
+
+/// Null without a kernel.
+S3tcDecodeRow* GetKernel(S3tcMode mode, std::uint32_t pixelBytes) noexcept {
+    const S3tcKernels& kernels = S3tcKernels_Get(KernelLevel_Get());
+    if (mode == S3tcMode::Dxt1 && pixelBytes == kRgbBytes) return kernels.dxt1Rgb;
+    if (pixelBytes != kRgbaBytes) return nullptr;
+    switch (mode) {
+        case S3tcMode::Dxt1:
+            return kernels.dxt1Rgba;
+        case S3tcMode::Dxt3:
+            return kernels.dxt3Rgba;
+        case S3tcMode::Dxt5:
+            return kernels.dxt5Rgba;
+        case S3tcMode::Bc4:
+            return kernels.bc4Rgba;
+        case S3tcMode::Bc5:
+            return kernels.bc5Rgba;
+    }
+    return nullptr;
+}
+
 template <std::size_t PixelBytes>
 void DecodePixels(std::uint8_t* destination, const std::uint8_t* source, S3tcMode mode,
                   std::uint32_t width, std::uint32_t height) noexcept {
@@ -198,6 +227,11 @@ void DecodePixels(std::uint8_t* destination, const std::uint8_t* source, S3tcMod
         std::fill_n(destination, std::size_t{width} * height * PixelBytes, std::uint8_t{255});
         return;
     }
+    S3tcDecodeRow* const kernel = width >= kBlockSide ? GetKernel(mode, PixelBytes) : nullptr;
+    if (kernel != nullptr) {
+        Blocks_DecodeImage(image, source, destination, kernel);
+        return;
+    }
     const ImageRules rules{.mode = mode, .indexRowBits = GetIndexRowBits(width)};
     Blocks_DecodeImage(image, source, destination, [&rules](auto... row) noexcept {
         DecodeBlockRow<PixelBytes>(rules, row...);
@@ -205,6 +239,15 @@ void DecodePixels(std::uint8_t* destination, const std::uint8_t* source, S3tcMod
 }
 
 }  // namespace
+
+constinit const S3tcKernels kS3tcScalarKernels{
+    .dxt1Rgba = DecodeWideRow<S3tcMode::Dxt1, kRgbaBytes>,
+    .dxt1Rgb = DecodeWideRow<S3tcMode::Dxt1, kRgbBytes>,
+    .dxt3Rgba = DecodeWideRow<S3tcMode::Dxt3, kRgbaBytes>,
+    .dxt5Rgba = DecodeWideRow<S3tcMode::Dxt5, kRgbaBytes>,
+    .bc4Rgba = DecodeWideRow<S3tcMode::Bc4, kRgbaBytes>,
+    .bc5Rgba = DecodeWideRow<S3tcMode::Bc5, kRgbaBytes>,
+};
 
 std::uint32_t S3tc_DecodeImage(std::uint8_t* destination, const std::uint8_t* source, S3tcMode mode,
                                std::uint64_t /*reserved*/, std::uint32_t width,
