@@ -1,4 +1,5 @@
-// PVRTC blocks of any size, powers of two or not, with a payload of any length.
+// PVRTC blocks of any size, powers of two or not, with a payload of any length, at each level of
+// instruction sets.
 //
 // Input: bits per pixel and shape 1, width 2, height 2, blocks.
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <span>
 
 #include "byte_reader.h"
+#include "core/kernel_level.h"
 #include "fuzz_check.h"
 #include "pvr/pvrtc_decoder.h"
 
@@ -17,7 +19,8 @@ constexpr std::uint64_t kMostPixels = 1u << 12;
 /// Decodes into exactly sized memory that holds `fill` before.
 std::unique_ptr<std::uint8_t[]> Decode(std::span<const std::uint8_t> blocks, bool is2Bpp,
                                        std::int32_t width, std::int32_t height, std::size_t size,
-                                       std::uint8_t fill) {
+                                       std::uint8_t fill, koru::KernelLevel level) {
+    koru::KernelLevel_Force(level);
     auto pixels = std::make_unique<std::uint8_t[]>(size);
     std::fill_n(pixels.get(), size, fill);
     koru::PvrtcDecompress(blocks, is2Bpp, width, height, 0, pixels.get());
@@ -51,10 +54,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::copy(rest.begin(), rest.end(), exact.get());
     const std::span<const std::uint8_t> blocks(exact.get(), rest.size());
     const std::size_t byteCount = pixelCount * 4;
-    // Different contents before: a byte that is not written would show.
-    const auto once = Decode(blocks, is2Bpp, width, height, byteCount, 0x00);
-    const auto twice = Decode(blocks, is2Bpp, width, height, byteCount, 0xA5);
-    Fuzz_Require(std::equal(once.get(), once.get() + byteCount, twice.get()),
-                 "every byte is written, and the same one");
+    const auto expected =
+        Decode(blocks, is2Bpp, width, height, byteCount, 0x00, koru::KernelLevel::Scalar);
+    for (const koru::KernelLevel level : koru::KernelLevel_GetRunnable()) {
+        // Other contents before: a byte that is not written would show.
+        const auto pixels = Decode(blocks, is2Bpp, width, height, byteCount, 0xA5, level);
+        Fuzz_Require(std::equal(expected.get(), expected.get() + byteCount, pixels.get()),
+                     "every byte is written, and the same one at each level");
+    }
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "pvr/pvr_decoder.h"
 
+#include <bit>
 #include <optional>
 #include <span>
 
@@ -8,25 +9,32 @@
 #include "formats/gl_formats.h"
 #include "pvr/pvr_contents.h"
 #include "pvr/pvr_state.h"
+#include "pvr/pvrtc_block.h"
 #include "pvr/pvrtc_decoder.h"
 
 namespace koru {
 namespace {
 
+/// Only images whose sizes are powers of two can be had in pieces.
 class PvrtcRows final : public RowDecoder {
   public:
     PvrtcRows(std::span<const std::uint8_t> payload, bool is2Bpp, std::uint32_t width,
               std::uint32_t height) noexcept
         : payload_(payload), is2Bpp_(is2Bpp), width_(width) {
+        const bool hasStrips = std::has_single_bit(width) && std::has_single_bit(height);
         rowBytes = width * kRgbaBytes;
         rowCount = height;
-        rowStep = height;
+        rowStep = hasStrips ? kPvrtcBlockHeight : height;
     }
 
-    bool DecodeRows(std::uint32_t /*firstRow*/, std::uint32_t count,
+    bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
                     std::uint8_t* target) noexcept override {
-        PvrtcDecompress(payload_, is2Bpp_, static_cast<std::int32_t>(width_),
-                        static_cast<std::int32_t>(count), 0, target);
+        if (count == rowCount) {
+            PvrtcDecompress(payload_, is2Bpp_, static_cast<std::int32_t>(width_),
+                            static_cast<std::int32_t>(count), 0, target);
+        } else {
+            Pvrtc_DecodeRows(payload_, is2Bpp_, width_, rowCount, firstRow, count, target);
+        }
         return true;
     }
 

@@ -9,251 +9,239 @@
 #include "core/bytes.h"
 #include "pvr/pvrtc_block.h"
 #include "pvr/pvrtc_grid.h"
+#include "pvr/pvrtc_kernels.h"
 
 namespace koru {
 namespace {
 
-// An image decodes area by area. An area is as large as a block and lies between the centers of 2 x
-// 2 blocks, of which each covers a quarter. Places in an area count from the top left center.
-//
-// Rows are flat, pixel by pixel and in them channel by channel: loops over all bytes of a row are
-// what compilers turn into vector code.
+// An image decodes in rows of areas. An area is as large as a block and lies between the centers of
+// 2 x 2 blocks, of which each covers a quarter. Places in an area count from the top left center.
 
 constexpr std::uint32_t kBlockWidth2Bpp = 8;
 constexpr std::uint32_t kBlockWidth4Bpp = 4;
 constexpr std::uint32_t kAreaHeight = kPvrtcBlockHeight;
 constexpr std::uint32_t kPixelBytes = 4;
-constexpr std::uint32_t kAlpha = 3;
 
-template <std::uint32_t Width>
-using Row = std::array<std::uint8_t, std::size_t{Width} * kPixelBytes>;
-template <std::uint32_t Width>
-using Area = std::array<Row<Width>, kAreaHeight>;
+/// So many areas side by side decode at once; what is known of their blocks is on the stack.
+constexpr std::uint32_t kMostAreas = 128;
+constexpr std::uint32_t kMostBlocks = kMostAreas + 1;
+/// A whole image decodes in strips that are low enough for the translation of addresses to keep
+/// all of their rows, and high enough to unpack few blocks twice.
+constexpr std::uint32_t kStripRows = 64;
 
-/// What is known of the blocks around an area, by [row][column].
-template <typename Item>
-using Around = std::array<std::array<Item, 2>, 2>;
+using Blocks = std::array<PvrtcBlock, kMostBlocks>;
+using Colors = std::array<std::int16_t, kMostBlocks * kPvrtcLanes>;
 
-// Colors: from the centers of the blocks to each place.
+/// What a row of blocks gives to the areas above and below.
+struct BlockRow {
+    static constexpr std::size_t kStride = kMostBlocks * kPvrtcWeights2Bpp;
 
-/// Sums of weighted channels stay below 1024. Saying so at each step gives vectors twice the lanes.
-using Sum = std::int16_t;
-constexpr Sum ToSum(std::int32_t value) noexcept { return static_cast<Sum>(value); }
-
-/// A row of color A, then one of color B, from this place on. All steps treat both alike, and rows
-/// of one alone are so short that compilers unroll them into scalar code.
-template <std::uint32_t Width>
-constexpr std::uint32_t kFirstOfB{Width * kPixelBytes};
-template <typename Item, std::uint32_t Width>
-using ColorRows = std::array<Item, std::size_t{2} * kFirstOfB<Width>>;
-
-/// From one center to the next, in steps. Alpha counts twice: its 4 bits then weigh like 5.
-template <std::uint32_t Width>
-ColorRows<Sum, Width> InterpolateAcross(const PvrtcColors& left,
-                                        const PvrtcColors& right) noexcept {
-    ColorRows<Sum, Width> sums;
-    const auto addRow = [&sums](std::uint32_t first, const PvrtcColor& from, const PvrtcColor& to) {
-        for (std::uint32_t x = 0; x < Width; ++x) {
-            const auto toWeight = static_cast<std::int32_t>(x);
-            const auto fromWeight = static_cast<std::int32_t>(Width - x);
-            for (std::uint32_t i = 0; i < kPixelBytes; ++i) {
-                const std::int32_t sum = from[i] * fromWeight + to[i] * toWeight;
-                sums[first + x * kPixelBytes + i] = ToSum(i == kAlpha ? sum * 2 : sum);
-            }
-        }
-    };
-    addRow(0, left.a, right.a);
-    addRow(kFirstOfB<Width>, left.b, right.b);
-    return sums;
-}
-
-template <std::uint32_t Width>
-using ColorArea = std::array<ColorRows<std::uint8_t, Width>, kAreaHeight>;
-
-/// The colors of an area, from 5 bits, and 4 of alpha, to 8.
-template <std::uint32_t Width>
-ColorArea<Width> InterpolateColors(const Around<PvrtcColors>& centers) noexcept {
-    constexpr int kShift = Width == kBlockWidth2Bpp ? 2 : 1;
-    const auto top = InterpolateAcross<Width>(centers[0][0], centers[0][1]);
-    const auto bottom = InterpolateAcross<Width>(centers[1][0], centers[1][1]);
-    ColorArea<Width> colors;
-    for (std::uint32_t y = 0; y < kAreaHeight; ++y) {
-        const auto lower = static_cast<std::int32_t>(y);
-        for (std::uint32_t i = 0; i < top.size(); ++i) {
-            const Sum sum = ToSum((bottom[i] - top[i]) * lower + top[i] * 4);
-            const Sum value = ToSum(sum >> kShift);
-            // Of alpha, one bit more: it has 4 to begin with.
-            const Sum doubled = ToSum(i % kPixelBytes == kAlpha ? value * 2 : value);
-            colors[y][i] = static_cast<std::uint8_t>(value + (doubled >> 5));
-        }
-    }
-    return colors;
-}
-
-// Modulation: how far each place is from color A to color B.
-
-struct Modulation {
-    std::uint32_t weight = 0;  ///< Eighths of color B.
-    bool clearsAlpha = false;
+    Colors colors;
+    std::array<std::uint8_t, kPvrtcBlockHeight * kStride> modulation;
 };
 
-constexpr std::array<std::uint32_t, 4> kWeights{0, 3, 5, 8};
-constexpr std::array<std::uint32_t, 4> kPunchThroughWeights{0, 4, 4, 8};
-constexpr std::uint32_t kPunchThrough = 2;
+/// Upper and lower.
+using BlockRows = std::array<BlockRow, 2>;
 
-constexpr Modulation GetModulation4Bpp(const Around<PvrtcBlock>& blocks, std::uint32_t column,
-                                       std::uint32_t row) noexcept {
-    const PvrtcBlock& block = blocks[row / kPvrtcBlockHeight][column / kBlockWidth4Bpp];
-    const std::uint32_t x = column % kBlockWidth4Bpp, y = row % kPvrtcBlockHeight;
-    const std::uint32_t value = block.modulation >> (8 * y + 2 * x) & 3;
-    if (!block.HasMode()) return {.weight = kWeights[value]};
-    return {.weight = kPunchThroughWeights[value], .clearsAlpha = value == kPunchThrough};
-}
-
-constexpr bool IsEven(std::uint32_t column, std::uint32_t row) noexcept {
-    return ((column ^ row) & 1) == 0;
-}
-
-/// A block without mode flag stores a bit for each place; one with it two bits for each even
-/// place, and nothing for odd ones.
-constexpr std::uint32_t GetStoredWeight(const Around<PvrtcBlock>& blocks, std::uint32_t column,
-                                        std::uint32_t row) noexcept {
-    const PvrtcBlock& block = blocks[row / kPvrtcBlockHeight][column / kBlockWidth2Bpp];
-    const std::uint32_t x = column % kBlockWidth2Bpp, y = row % kPvrtcBlockHeight;
-    const std::uint32_t rowBits = block.modulation >> 8 * y;
-    if (!block.HasMode()) return (rowBits >> x & 1) != 0 ? kWeights[3] : kWeights[0];
-    return kWeights[rowBits >> (x & 6) & 3];
-}
-
-/// An odd place of a block with mode flag takes the average of its neighbors, which are even and
-/// hence stored, in blocks of either kind.
-/// Quirk: of all four neighbors, always, and no stored bit chooses two of them; keeps 2-bit images.
-constexpr Modulation GetModulation2Bpp(const Around<PvrtcBlock>& blocks, std::uint32_t column,
-                                       std::uint32_t row) noexcept {
-    const PvrtcBlock& block = blocks[row / kPvrtcBlockHeight][column / kBlockWidth2Bpp];
-    if (!block.HasMode() || IsEven(column, row))
-        return {.weight = GetStoredWeight(blocks, column, row)};
-    const std::uint32_t sum =
-        GetStoredWeight(blocks, column, row - 1) + GetStoredWeight(blocks, column, row + 1) +
-        GetStoredWeight(blocks, column - 1, row) + GetStoredWeight(blocks, column + 1, row);
-    return {.weight = (sum + 2) / 4};
-}
-
-/// For each byte of a pixel alike, as blending takes them.
-template <std::uint32_t Width>
-struct ModulationArea {
-    Area<Width> weights;
-    Area<Width> kept;  ///< Masks: 0 for an alpha that is cleared, else 255.
-};
-
-template <std::uint32_t Width>
-ModulationArea<Width> ReadModulation(const Around<PvrtcBlock>& blocks) noexcept {
-    ModulationArea<Width> modulation;
-    for (std::uint32_t y = 0; y < kAreaHeight; ++y) {
-        for (std::uint32_t x = 0; x < Width; ++x) {
-            const std::uint32_t column = x + Width / 2, row = y + kAreaHeight / 2;
-            const Modulation place = Width == kBlockWidth2Bpp
-                                         ? GetModulation2Bpp(blocks, column, row)
-                                         : GetModulation4Bpp(blocks, column, row);
-            const std::size_t first = std::size_t{x} * kPixelBytes;
-            std::fill_n(&modulation.weights[y][first], kPixelBytes,
-                        static_cast<std::uint8_t>(place.weight));
-            std::fill_n(&modulation.kept[y][first], kPixelBytes, std::uint8_t{255});
-            if (place.clearsAlpha) modulation.kept[y][first + kAlpha] = 0;
-        }
-    }
-    return modulation;
-}
-
-// Pixels.
-
-template <std::uint32_t Width>
-Area<Width> Blend(const ColorArea<Width>& colors,
-                  const ModulationArea<Width>& modulation) noexcept {
-    Area<Width> pixels;
-    for (std::uint32_t y = 0; y < kAreaHeight; ++y) {
-        for (std::uint32_t i = 0; i < pixels[y].size(); ++i) {
-            const std::int32_t a = colors[y][i], b = colors[y][kFirstOfB<Width> + i];
-            const std::int32_t value = (a * 8 + (b - a) * modulation.weights[y][i]) >> 3;
-            pixels[y][i] = static_cast<std::uint8_t>(value & modulation.kept[y][i]);
-        }
-    }
-    return pixels;
-}
-
-// Images.
-
-struct Image {
-    std::uint32_t width = 0, height = 0;
+/// Rows of an image.
+struct Strip {
+    std::uint32_t width = 0, height = 0;  ///< Of the image.
+    std::uint32_t firstRow = 0, rowCount = 0;
     std::uint8_t* pixels = nullptr;
 };
 
-/// Stores a row of an area, so many pixels at once as lie side by side in the image, too. What
-/// passes the image's edge wraps.
-template <std::uint32_t Width, std::uint32_t Run>
-void StoreRow(const Row<Width>& row, std::uint32_t left, std::uint32_t imageWidth,
-              std::uint8_t* imageRow) noexcept {
-    for (std::uint32_t i = 0; i < Width; i += Run) {
-        const std::uint32_t x = (left + i) & (imageWidth - 1);
-        const std::uint32_t areaX = (x + Width / 2) % Width;
-        std::memcpy(imageRow + std::size_t{x} * kPixelBytes, &row[std::size_t{areaX} * kPixelBytes],
-                    std::size_t{Run} * kPixelBytes);
-    }
+constexpr bool IsPowerOfTwo(const Strip& strip) noexcept {
+    return std::has_single_bit(strip.width) && std::has_single_bit(strip.height);
 }
 
-/// Stores the area that belongs to a position of the grid.
-template <std::uint32_t Width>
-void StoreArea(const Area<Width>& area, std::uint32_t column, std::uint32_t row,
-               const Image& image) noexcept {
-    const std::uint32_t left = column * Width + Width / 2;
-    const std::uint32_t top = row * kAreaHeight + kAreaHeight / 2;
-    // Halves of areas begin at multiples of their width, which the edge then does not cut, either.
-    const bool hasWholeHalves = image.width % (Width / 2) == 0;
-    for (std::uint32_t i = 0; i < kAreaHeight; ++i) {
-        const std::uint32_t y = (top + i) & (image.height - 1);
-        const Row<Width>& areaRow = area[(y + kAreaHeight / 2) % kAreaHeight];
-        std::uint8_t* const imageRow = image.pixels + std::size_t{y} * image.width * kPixelBytes;
-        if (hasWholeHalves) {
-            StoreRow<Width, Width / 2>(areaRow, left, image.width, imageRow);
+class StripDecoder {
+  public:
+    StripDecoder(std::span<const std::uint8_t> payload, bool is2Bpp, const Strip& strip) noexcept
+        : payload_(payload),
+          is2Bpp_(is2Bpp),
+          blockWidth_(is2Bpp ? kBlockWidth2Bpp : kBlockWidth4Bpp),
+          strip_(strip),
+          grid_(Pvrtc_GetGrid(blockWidth_, strip.width, strip.height)),
+          order_(grid_) {}
+
+    void Decode() const noexcept {
+        const bool hasTwoBlocks =
+            strip_.width >= 2 * blockWidth_ && strip_.height >= 2 * kPvrtcBlockHeight;
+        if (!IsPowerOfTwo(strip_) || !hasTwoBlocks) return DecodeWrapping();
+        for (std::uint32_t column = 0; column < grid_.columns; column += kMostAreas)
+            DecodeRun(column, std::min(grid_.columns - column, kMostAreas));
+    }
+
+  private:
+    /// Areas that lie side by side, of every row of them that touches the strip.
+    void DecodeRun(std::uint32_t firstColumn, std::uint32_t areaCount) const noexcept {
+        std::array<std::uint64_t, kMostBlocks> columnParts;
+        for (std::uint32_t i = 0; i <= areaCount; ++i)
+            columnParts[i] = order_.GetColumnPart((firstColumn + i) & (grid_.columns - 1));
+        BlockRows rows;
+        const auto load = [&](std::uint32_t row, BlockRow& target) {
+            const std::uint64_t rowPart = order_.GetRowPart(row & (grid_.rows - 1));
+            Blocks blocks;
+            for (std::uint32_t i = 0; i <= areaCount; ++i)
+                blocks[i] = Pvrtc_LoadBlock(payload_, columnParts[i] + rowPart);
+            Unpack(blocks, areaCount + 1, target);
+        };
+        // The area above the strip's first block reaches down into it.
+        const std::uint32_t firstBlock = strip_.firstRow / kPvrtcBlockHeight;
+        load(firstBlock - 1, rows[0]);
+        for (std::uint32_t i = 0; i <= strip_.rowCount / kPvrtcBlockHeight; ++i) {
+            const BlockRow& upper = rows[i % 2];
+            BlockRow& lower = rows[(i + 1) % 2];
+            load(firstBlock + i, lower);
+            for (std::uint32_t areaY = 0; areaY < kAreaHeight; ++areaY) {
+                // Wraps by definition above the strip.
+                const std::uint32_t stripY = i * kAreaHeight + areaY - kAreaHeight / 2;
+                if (stripY < strip_.rowCount)
+                    DrawRun(upper, lower, areaY, firstColumn, areaCount, GetRow(stripY));
+            }
+        }
+    }
+
+    void DrawRun(const BlockRow& upper, const BlockRow& lower, std::uint32_t areaY,
+                 std::uint32_t firstColumn, std::uint32_t areaCount,
+                 std::uint8_t* imageRow) const noexcept {
+        const std::size_t halfBytes = std::size_t{blockWidth_} / 2 * kPixelBytes;
+        std::uint8_t* const target = imageRow + (std::size_t{firstColumn} * 2 + 1) * halfBytes;
+        const bool reachesEdge = firstColumn + areaCount == grid_.columns;
+        const std::uint32_t wholeCount = areaCount - (reachesEdge ? 1 : 0);
+        Colors mixed;
+        Mix(upper, lower, areaY, areaCount + 1, mixed);
+        Draw(upper, lower, areaY, mixed, 0, wholeCount, target);
+        if (!reachesEdge) return;
+        std::array<std::uint8_t, std::size_t{kBlockWidth2Bpp} * kPixelBytes> pixels;
+        Draw(upper, lower, areaY, mixed, wholeCount, 1, pixels.data());
+        std::memcpy(target + std::size_t{wholeCount} * 2 * halfBytes, pixels.data(), halfBytes);
+        std::memcpy(imageRow, pixels.data() + halfBytes, halfBytes);
+    }
+
+    /// Images whose areas do not fill whole rows, or meet each other. Where they meet, the last one
+    /// counts, so the row of areas above the strip comes last: it is the last one of the grid
+    /// where it meets another.
+    void DecodeWrapping() const noexcept {
+        const std::uint32_t firstBlock = strip_.firstRow / kPvrtcBlockHeight;
+        const std::uint32_t blockCount = strip_.rowCount / kPvrtcBlockHeight +
+                                         (strip_.rowCount % kPvrtcBlockHeight != 0 ? 1 : 0);
+        const std::uint32_t rowCount = std::min(blockCount, grid_.rows);
+        for (std::uint32_t i = 0; i < rowCount; ++i) DecodeWrappingRow(firstBlock + i);
+        if (rowCount < grid_.rows) DecodeWrappingRow((firstBlock - 1) & (grid_.rows - 1));
+    }
+
+    void DecodeWrappingRow(std::uint32_t row) const noexcept {
+        for (std::uint32_t column = 0; column < grid_.columns; column += kMostAreas / 2)
+            DecodeWrappingAreas(column, std::min(grid_.columns - column, kMostAreas / 2), row);
+    }
+
+    /// Every area has two columns of blocks of its own. What lies between one's right and the
+    /// next one's left column is drawn and not stored.
+    void DecodeWrappingAreas(std::uint32_t firstColumn, std::uint32_t areaCount,
+                             std::uint32_t row) const noexcept {
+        BlockRows rows;
+        for (std::uint32_t i = 0; i < rows.size(); ++i) {
+            const std::uint32_t wrappedRow = i == 0 ? row : (row + 1) & (grid_.rows - 1);
+            Blocks blocks;
+            for (std::uint32_t area = 0; area < areaCount; ++area) {
+                const std::uint32_t column = firstColumn + area;
+                blocks[std::size_t{area} * 2] = LoadLeftBlock(column, wrappedRow);
+                blocks[std::size_t{area} * 2 + 1] =
+                    LoadBlock((column + 1) & (grid_.columns - 1), wrappedRow);
+            }
+            Unpack(blocks, areaCount * 2, rows[i]);
+        }
+        for (std::uint32_t i = 0; i < kAreaHeight; ++i) {
+            const std::uint32_t y = (row * kAreaHeight + kAreaHeight / 2 + i) & (strip_.height - 1);
+            const std::uint32_t stripY = y - strip_.firstRow;  // wraps by definition
+            if (stripY >= strip_.rowCount) continue;
+            const std::uint32_t areaY = (y + kAreaHeight / 2) % kAreaHeight;
+            Colors mixed;
+            Mix(rows[0], rows[1], areaY, areaCount * 2, mixed);
+            std::array<std::uint8_t, std::size_t{kMostAreas} * kBlockWidth2Bpp * kPixelBytes>
+                pixels;
+            Draw(rows[0], rows[1], areaY, mixed, 0, areaCount * 2 - 1, pixels.data());
+            StoreWrapping(pixels, firstColumn, areaCount, GetRow(stripY));
+        }
+    }
+
+    /// Stores every second area of a row. What passes the image's edge wraps.
+    void StoreWrapping(std::span<const std::uint8_t> pixels, std::uint32_t firstColumn,
+                       std::uint32_t areaCount, std::uint8_t* imageRow) const noexcept {
+        for (std::uint32_t area = 0; area < areaCount; ++area) {
+            const std::uint32_t left = (firstColumn + area) * blockWidth_ + blockWidth_ / 2;
+            for (std::uint32_t i = 0; i < blockWidth_; ++i) {
+                const std::uint32_t x = (left + i) & (strip_.width - 1);
+                const std::uint32_t areaX = (x + blockWidth_ / 2) % blockWidth_;
+                const std::size_t place = std::size_t{area} * 2 * blockWidth_ + areaX;
+                std::memcpy(imageRow + std::size_t{x} * kPixelBytes, &pixels[place * kPixelBytes],
+                            kPixelBytes);
+            }
+        }
+    }
+
+    [[nodiscard]] PvrtcBlock LoadBlock(std::uint32_t column, std::uint32_t row) const noexcept {
+        return Pvrtc_LoadBlock(payload_, order_.GetColumnPart(column) + order_.GetRowPart(row));
+    }
+
+    /// Quirk: where the number of columns is no power of two, the wrapped neighbor is not always
+    /// the next column, yet its colors stay, and only the modulation is the next column's; keeps
+    /// what such images look like.
+    [[nodiscard]] PvrtcBlock LoadLeftBlock(std::uint32_t column, std::uint32_t row) const noexcept {
+        const PvrtcBlock block = LoadBlock(column, row);
+        const PvrtcBlock before = LoadBlock(column & (grid_.columns - 1), row);
+        return {.modulation = block.modulation,
+                .colors = (before.colors & ~1u) | (block.colors & 1)};
+    }
+
+    void Unpack(const Blocks& blocks, std::uint32_t blockCount, BlockRow& row) const noexcept {
+        kernels_.unpackColors(blocks.data(), blockCount, row.colors.data());
+        const auto readModulation = is2Bpp_ ? kernels_.readWeights2Bpp : kernels_.readCodes4Bpp;
+        readModulation(blocks.data(), blockCount, row.modulation.data(), BlockRow::kStride);
+    }
+
+    void Mix(const BlockRow& upper, const BlockRow& lower, std::uint32_t areaY,
+             std::uint32_t blockCount, Colors& mixed) const noexcept {
+        kernels_.mixColors(upper.colors.data(), lower.colors.data(), static_cast<int>(areaY),
+                           blockCount, mixed.data());
+    }
+
+    void Draw(const BlockRow& upper, const BlockRow& lower, std::uint32_t areaY,
+              const Colors& mixed, std::uint32_t firstArea, std::uint32_t areaCount,
+              std::uint8_t* target) const noexcept {
+        const std::int16_t* const colors = mixed.data() + firstArea * kPvrtcLanes;
+        const std::size_t blockBytes = is2Bpp_ ? kPvrtcWeights2Bpp : kPvrtcCodes4Bpp;
+        // Of the eight rows of pixels that the blocks have.
+        const auto getModulation = [&](std::uint32_t blocksY) {
+            const BlockRow& row = blocksY < kPvrtcBlockHeight ? upper : lower;
+            return row.modulation.data() + blocksY % kPvrtcBlockHeight * BlockRow::kStride +
+                   firstArea * blockBytes;
+        };
+        const std::uint32_t blocksY = areaY + kAreaHeight / 2;
+        if (is2Bpp_) {
+            kernels_.drawRow2Bpp(colors,
+                                 {.above = getModulation(blocksY - 1),
+                                  .here = getModulation(blocksY),
+                                  .below = getModulation(blocksY + 1)},
+                                 areaCount, target);
         } else {
-            StoreRow<Width, 1>(areaRow, left, image.width, imageRow);
+            kernels_.drawRow4Bpp(colors, getModulation(blocksY), areaCount, target);
         }
     }
-}
 
-template <std::uint32_t Width>
-void DecodeImage(std::span<const std::uint8_t> payload, const Image& image) noexcept {
-    const PvrtcGrid grid = Pvrtc_GetGrid(Width, image.width, image.height);
-    const PvrtcOrder order(grid);
-    for (std::uint32_t row = 0; row < grid.rows; ++row) {
-        const std::array rowParts{order.GetRowPart(row),
-                                  order.GetRowPart((row + 1) & (grid.rows - 1))};
-        Around<PvrtcBlock> blocks;
-        Around<PvrtcColors> centers;
-        const auto load = [&](std::size_t side, std::uint32_t column) {
-            const std::uint64_t columnPart = order.GetColumnPart(column);
-            for (std::size_t i = 0; i < rowParts.size(); ++i)
-                blocks[i][side] = Pvrtc_LoadBlock(payload, columnPart + rowParts[i]);
-        };
-        const auto unpack = [&](std::size_t side) {
-            for (std::size_t i = 0; i < rowParts.size(); ++i)
-                centers[i][side] = Pvrtc_UnpackColors(blocks[i][side]);
-        };
-        load(0, 0);
-        unpack(0);
-        for (std::uint32_t column = 0; column < grid.columns; ++column) {
-            load(0, column);
-            load(1, (column + 1) & (grid.columns - 1));
-            unpack(1);
-            const auto pixels =
-                Blend<Width>(InterpolateColors<Width>(centers), ReadModulation<Width>(blocks));
-            StoreArea<Width>(pixels, column, row, image);
-            // Quirk: where the number of columns is no power of two, the wrapped neighbor is not
-            // always the next column, yet its colors stay; keeps what such images look like.
-            for (auto& sides : centers) sides[0] = sides[1];
-        }
+    [[nodiscard]] std::uint8_t* GetRow(std::uint32_t stripY) const noexcept {
+        return strip_.pixels + std::size_t{stripY} * strip_.width * kPixelBytes;
     }
-}
+
+    const PvrtcKernels& kernels_ = PvrtcKernels_Get();
+    std::span<const std::uint8_t> payload_;
+    bool is2Bpp_;
+    std::uint32_t blockWidth_;
+    Strip strip_;
+    PvrtcGrid grid_;
+    PvrtcOrder order_;
+};
 
 }  // namespace
 
@@ -261,19 +249,31 @@ void PvrtcDecompress(std::span<const std::uint8_t> source, bool is2Bpp, std::int
                      std::int32_t height, std::int32_t /*reserved*/,
                      std::uint8_t* destination) noexcept {
     if (width <= 0 || height <= 0) return;
-    const Image image{.width = static_cast<std::uint32_t>(width),
+    const Strip image{.width = static_cast<std::uint32_t>(width),
                       .height = static_cast<std::uint32_t>(height),
+                      .rowCount = static_cast<std::uint32_t>(height),
                       .pixels = destination};
-    // Wrapping then skips pixels.
-    if (!std::has_single_bit(image.width) || !std::has_single_bit(image.height)) {
-        std::fill_n(destination, std::size_t{image.width} * image.height * kPixelBytes,
-                    std::uint8_t{0});
+    const std::size_t rowBytes = std::size_t{image.width} * kPixelBytes;
+    if (!IsPowerOfTwo(image)) {
+        // Wrapping then skips pixels, and crosses strips.
+        std::fill_n(destination, rowBytes * image.height, std::uint8_t{0});
+        return StripDecoder(source, is2Bpp, image).Decode();
     }
-    if (is2Bpp) {
-        DecodeImage<kBlockWidth2Bpp>(source, image);
-    } else {
-        DecodeImage<kBlockWidth4Bpp>(source, image);
+    for (std::uint32_t y = 0; y < image.height; y += kStripRows) {
+        Pvrtc_DecodeRows(source, is2Bpp, image.width, image.height, y,
+                         std::min(image.height - y, kStripRows), destination + y * rowBytes);
     }
+}
+
+void Pvrtc_DecodeRows(std::span<const std::uint8_t> source, bool is2Bpp, std::uint32_t width,
+                      std::uint32_t height, std::uint32_t firstRow, std::uint32_t rowCount,
+                      std::uint8_t* target) noexcept {
+    const Strip strip{.width = width,
+                      .height = height,
+                      .firstRow = firstRow,
+                      .rowCount = rowCount,
+                      .pixels = target};
+    StripDecoder(source, is2Bpp, strip).Decode();
 }
 
 std::optional<std::uint32_t> Pvrtc_GetPayloadBytes(bool is2Bpp, std::uint32_t width,
