@@ -42,15 +42,16 @@ inline constexpr std::size_t kMaxPixelBytes = 4;
 ///
 /// decodeRow(blocks, blockCount, target, stride) decodes so many blocks, which follow each other,
 /// into four rows of blockCount * 4 pixels, `stride` bytes apart. It is called on the target itself
-/// for whole blocks, and on a small tile for each block that the image's edges cut.
+/// for whole blocks, and on a tile for those that the image's edges cut.
 template <typename DecodeRow>
 void Blocks_DecodeImage(const BlockImage& image, const std::uint8_t* blocks, std::uint8_t* target,
                         const DecodeRow& decodeRow) noexcept {
+    constexpr std::uint32_t kTileBlocks = 32;
     const std::uint32_t columns = Blocks_GetCount(image.width);
     const std::uint32_t rows = Blocks_GetCount(image.height);
     const std::size_t stride = std::size_t{image.width} * image.pixelBytes;
-    const std::size_t tileStride = std::size_t{kBlockSide} * image.pixelBytes;
-    std::array<std::uint8_t, kBlockTexels * kMaxPixelBytes> tile;
+    const std::size_t tileStride = std::size_t{kTileBlocks} * kBlockSide * image.pixelBytes;
+    std::array<std::uint8_t, kTileBlocks * kBlockTexels * kMaxPixelBytes> tile;
 
     for (std::uint32_t row = 0; row < rows; ++row) {
         const std::uint32_t usedRows = std::min(kBlockSide, image.height - row * kBlockSide);
@@ -60,16 +61,16 @@ void Blocks_DecodeImage(const BlockImage& image, const std::uint8_t* blocks, std
         decodeRow(blocks, wholeBlocks, rowTarget, stride);
         blocks += std::size_t{wholeBlocks} * image.blockBytes;
 
-        for (std::uint32_t column = wholeBlocks; column < columns; ++column) {
-            decodeRow(blocks, 1u, tile.data(), tileStride);
-            blocks += image.blockBytes;
+        for (std::uint32_t column = wholeBlocks; column < columns;) {
+            const std::uint32_t count = std::min(kTileBlocks, columns - column);
+            decodeRow(blocks, count, tile.data(), tileStride);
+            blocks += std::size_t{count} * image.blockBytes;
+            const std::size_t firstByte = std::size_t{column} * kBlockSide * image.pixelBytes;
             const std::size_t usedBytes =
-                std::size_t{std::min(kBlockSide, image.width - column * kBlockSide)} *
-                image.pixelBytes;
-            for (std::uint32_t y = 0; y < usedRows; ++y) {
-                std::memcpy(rowTarget + y * stride + column * tileStride,
-                            tile.data() + y * tileStride, usedBytes);
-            }
+                std::min(std::size_t{count} * kBlockSide * image.pixelBytes, stride - firstByte);
+            for (std::uint32_t y = 0; y < usedRows; ++y)
+                std::memcpy(rowTarget + y * stride + firstByte, &tile[y * tileStride], usedBytes);
+            column += count;
         }
     }
 }
