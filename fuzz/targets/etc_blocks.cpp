@@ -10,6 +10,7 @@
 #include "blocks/etc_decoder.h"
 #include "blocks/payload.h"
 #include "byte_reader.h"
+#include "core/kernel_level.h"
 #include "formats/gl_codes.h"
 #include "fuzz_check.h"
 
@@ -75,10 +76,14 @@ void DecodeAlone(std::span<const std::uint8_t> blocks, std::uint32_t code, std::
     }
     Fuzz_Require(once.pixels.Size() == width * height * CountPixelBytes(once.internalFormat),
                  "as many bytes as the format says");
-    const Decoded twice = Decode(source.get(), code, width, height, isSrgbSupported);
-    Fuzz_Require(once.pixels.Size() == 0 ||
-                     std::memcmp(once.pixels.Data(), twice.pixels.Data(), once.pixels.Size()) == 0,
-                 "the same blocks give the same pixels");
+    for (const koru::KernelLevel level : koru::KernelLevel_GetRunnable()) {  // the last as before
+        koru::KernelLevel_Force(level);
+        const Decoded again = Decode(source.get(), code, width, height, isSrgbSupported);
+        Fuzz_Require(once.pixels.Size() == again.pixels.Size(), "all levels give as many bytes");
+        Fuzz_Require(once.pixels.Size() == 0 || std::memcmp(once.pixels.Data(), again.pixels.Data(),
+                                                            once.pixels.Size()) == 0,
+                     "the same blocks give the same pixels at every kernel level");
+    }
 }
 
 void DecodePayload(std::span<const std::uint8_t> blocks, std::uint32_t code, std::uint32_t width,

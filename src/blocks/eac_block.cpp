@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "blocks/etc_tables.h"
 #include "blocks/etc_word.h"
 
 namespace koru {
@@ -31,55 +32,8 @@ constexpr unsigned GetIndex(const EacBlock& block, unsigned x, unsigned y) noexc
     return static_cast<unsigned>(block.indices >> (45 - 3 * (4 * x + y)) & 7);
 }
 
-/// What indices 0 to 7 add.
-using EacRow = std::array<std::int16_t, 8>;
-
-/// The modifiers of every table. Their negative halves say it all, largest magnitude first.
-constexpr auto kModifiers = [] {
-    constexpr std::array<std::array<std::int16_t, 4>, 16> kNegativeHalves{{
-        {-15, -9, -6, -3},
-        {-13, -10, -7, -3},
-        {-13, -8, -5, -2},
-        {-13, -6, -4, -2},
-        {-12, -8, -6, -3},
-        {-11, -9, -7, -3},
-        {-11, -8, -7, -4},
-        {-11, -8, -5, -3},
-        {-10, -8, -6, -2},
-        {-10, -8, -5, -2},
-        {-10, -8, -4, -2},
-        {-10, -7, -5, -2},
-        {-10, -7, -4, -3},
-        {-10, -3, -2, -1},
-        {-9, -8, -6, -4},
-        {-9, -7, -5, -3},
-    }};
-    std::array<EacRow, 16> rows{};
-    for (std::size_t table = 0; table < rows.size(); ++table) {
-        for (std::size_t i = 0; i < 4; ++i) {
-            const std::int16_t modifier = kNegativeHalves[table][3 - i];
-            rows[table][i] = modifier;
-            rows[table][4 + i] = static_cast<std::int16_t>(-modifier - 1);
-        }
-    }
-    return rows;
-}();
-
-/// Modifier times multiplier for every value of the byte that holds multiplier and table. Made by
-/// the compiler, so nothing has to be built, or guarded, at run time.
-constexpr auto kProducts = [] {
-    std::array<EacRow, 256> rows{};
-    for (std::size_t b = 0; b < rows.size(); ++b) {
-        for (std::size_t i = 0; i < 8; ++i) {
-            rows[b][i] =
-                static_cast<std::int16_t>(kModifiers[b % 16][i] * static_cast<int>(b / 16));
-        }
-    }
-    return rows;
-}();
-
 const EacRow& GetProducts(const EacBlock& block) noexcept {
-    return kProducts[std::size_t{block.multiplier} * 16 + block.table];
+    return kEacProducts[std::size_t{block.multiplier} * 16 + block.table];
 }
 
 constexpr std::uint16_t WidenUnsigned(int value) noexcept {
@@ -113,7 +67,7 @@ EacValues Eac_Decode11BitBlock(const std::uint8_t* block, bool isSigned) noexcep
     const EacBlock eac = ReadEacBlock(block);
     // Modifiers count in eighths of the base's unit; a multiplier of 0 stands for one eighth.
     const bool isEighth = eac.multiplier == 0;
-    const EacRow& amounts = isEighth ? kModifiers[eac.table] : GetProducts(eac);
+    const EacRow& amounts = isEighth ? kEacModifiers[eac.table] : GetProducts(eac);
     const int scale = isEighth ? 1 : 8;
     // -128 counts as -127: the range is symmetric. Unsigned values lie in the middle of their
     // eight.

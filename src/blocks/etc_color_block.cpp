@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "blocks/etc_tables.h"
 #include "blocks/etc_word.h"
 
 namespace koru {
@@ -75,15 +76,6 @@ struct Paint {
     std::uint16_t secondHalf = 0;  ///< Bit k: whether pixel k lies in the second half.
 };
 
-/// The two amounts of a table: indices 0 to 3 add small, large, -small, -large.
-struct Modifiers {
-    int small = 0, large = 0;
-};
-constexpr std::array<Modifiers, 8> kModifiers{
-    {{2, 8}, {5, 17}, {9, 29}, {13, 42}, {18, 60}, {24, 80}, {33, 106}, {47, 183}}};
-
-constexpr std::array<int, 8> kDistances{3, 6, 11, 16, 23, 32, 41, 64};
-
 /// Two halves, each with a base color and a modifier table. Side by side, or with the flip bit one
 /// above the other.
 constexpr Paint PaintHalves(std::uint64_t word, const std::array<Rgba8, 2>& bases,
@@ -92,7 +84,7 @@ constexpr Paint PaintHalves(std::uint64_t word, const std::array<Rgba8, 2>& base
     const bool flip = Etc_GetBits<32, 32>(word) != 0;
     Paint paint{.colors = {}, .secondHalf = flip ? std::uint16_t{0xCCCC} : std::uint16_t{0xFF00}};
     for (std::size_t half = 0; half < 2; ++half) {
-        const Modifiers& modifiers = kModifiers[tables[half]];
+        const EtcModifiers& modifiers = kEtcModifiers[tables[half]];
         const int small = hasTransparent ? 0 : modifiers.small;
         paint.colors[4 * half] = Add(bases[half], small);
         paint.colors[4 * half + 1] = Add(bases[half], modifiers.large);
@@ -127,7 +119,7 @@ constexpr Paint PaintT(std::uint64_t word) noexcept {
     const Rgba8 first = Widen444(Etc_GetBits<60, 59>(word) << 10 | Etc_GetBits<57, 56>(word) << 8 |
                                  Etc_GetBits<55, 48>(word));
     const Rgba8 second = Widen444(Etc_GetBits<47, 36>(word));
-    const int distance = kDistances[Etc_GetBits<35, 34>(word) << 1 | Etc_GetBits<32, 32>(word)];
+    const int distance = kEtcDistances[Etc_GetBits<35, 34>(word) << 1 | Etc_GetBits<32, 32>(word)];
     return {.colors = {first, Add(second, distance), second, Add(second, -distance)}};
 }
 
@@ -138,7 +130,7 @@ constexpr Paint PaintH(std::uint64_t word) noexcept {
     const unsigned second444 = Etc_GetBits<46, 35>(word);
     const unsigned orderBit = first444 >= second444 ? 1 : 0;
     const int distance =
-        kDistances[Etc_GetBits<34, 34>(word) << 2 | Etc_GetBits<32, 32>(word) << 1 | orderBit];
+        kEtcDistances[Etc_GetBits<34, 34>(word) << 2 | Etc_GetBits<32, 32>(word) << 1 | orderBit];
     const Rgba8 first = Widen444(first444), second = Widen444(second444);
     return {.colors = {Add(first, distance), Add(first, -distance), Add(second, distance),
                        Add(second, -distance)}};

@@ -7,9 +7,7 @@
 
 #include "blocks/block_image.h"
 #include "blocks/block_texels.h"
-#include "blocks/eac_block.h"
-#include "blocks/etc_color_block.h"
-#include "blocks/etc_word.h"
+#include "blocks/etc_kernels.h"
 #include "formats/gl_codes.h"
 
 namespace koru {
@@ -18,68 +16,18 @@ constinit std::uint32_t g_eacSigned = 0;
 
 namespace {
 
-/// Decodes blocks that follow each other into four rows of pixels, `stride` bytes apart.
-using DecodeRow = void(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
-                       std::size_t stride) noexcept;
-
-/// RGB, or punch-through RGBA.
-template <EtcBit33 Bit33>
-void DecodeColorRow(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
-                    std::size_t stride) noexcept {
-    constexpr std::size_t kPixelBytes = Bit33 == EtcBit33::Opaque ? 4 : 3;
-    for (std::uint32_t i = 0; i < blockCount; ++i) {
-        BlockTexels texels;
-        Etc_DecodeColorBlock(blocks, Bit33, texels);
-        Texels_Store<kPixelBytes>(texels, target, stride);
-        blocks += kEtcBlockBytes;
-        target += kBlockSide * kPixelBytes;
-    }
-}
-
-/// Each color block follows its alpha block.
-void DecodeRgba8Row(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
-                    std::size_t stride) noexcept {
-    constexpr std::size_t kPixelBytes = 4;
-    for (std::uint32_t i = 0; i < blockCount; ++i) {
-        BlockTexels texels;
-        Etc_DecodeColorBlock(blocks + kEtcBlockBytes, EtcBit33::Differential, texels);
-        Eac_DecodeAlphaBlock(blocks, texels);
-        Texels_Store<kPixelBytes>(texels, target, stride);
-        blocks += 2 * kEtcBlockBytes;
-        target += kBlockSide * kPixelBytes;
-    }
-}
-
-/// One 11-bit block for each channel: R, or R and G.
-template <std::size_t Channels>
-void Decode11BitRow(const std::uint8_t* blocks, std::uint32_t blockCount, std::uint8_t* target,
-                    std::size_t stride) noexcept {
-    constexpr std::size_t kPixelBytes = Channels * 2;
-    const bool isSigned = g_eacSigned != 0;
-    for (std::uint32_t i = 0; i < blockCount; ++i) {
-        for (std::size_t channel = 0; channel < Channels; ++channel) {
-            const EacValues values = Eac_Decode11BitBlock(blocks, isSigned);
-            for (std::size_t k = 0; k < values.size(); ++k) {
-                std::uint8_t* const value =
-                    target + k / kBlockSide * stride + k % kBlockSide * kPixelBytes + channel * 2;
-                value[0] = static_cast<std::uint8_t>(values[k]);
-                value[1] = static_cast<std::uint8_t>(values[k] >> 8);
-            }
-            blocks += kEtcBlockBytes;
-        }
-        target += kBlockSide * kPixelBytes;
-    }
-}
-
 /// What a format makes of g_eacSigned; "sign" below.
 enum class EacSigned { Untouched, Clear, Set };
+
+/// The entry of a kernel table that decodes rows of blocks.
+using RowKernel = EtcDecodeRow* EtcKernels::*;
 
 /// How blocks and their pixels are stored; sRGB and linear formats share it.
 struct EtcLayout {
     std::uint32_t format = 0, type = 0;
     std::uint32_t blockBytes = 0, pixelBytes = 0;
     EacSigned eacSigned = EacSigned::Untouched;
-    DecodeRow* decodeRow = nullptr;
+    std::array<RowKernel, 2> rows{};  ///< While g_eacSigned is 0, and while it is not.
 };
 
 struct EtcFormat {
@@ -89,18 +37,23 @@ struct EtcFormat {
     EtcLayout layout;
 };
 
-constexpr auto kDiff = EtcBit33::Differential, kOpaque = EtcBit33::Opaque;
 constexpr auto kKeep = EacSigned::Untouched, kClear = EacSigned::Clear, kSet = EacSigned::Set;
+
+constexpr std::array<RowKernel, 2> kRgb8Rows{&EtcKernels::rgb8, &EtcKernels::rgb8};
+constexpr std::array<RowKernel, 2> kAlpha1Rows{&EtcKernels::alpha1, &EtcKernels::alpha1};
+constexpr std::array<RowKernel, 2> kRgba8Rows{&EtcKernels::rgba8, &EtcKernels::rgba8};
+constexpr std::array<RowKernel, 2> kR11Rows{&EtcKernels::r11, &EtcKernels::r11Signed};
+constexpr std::array<RowKernel, 2> kRg11Rows{&EtcKernels::rg11, &EtcKernels::rg11Signed};
 
 // clang-format off
 //                           format   type          block px  sign    rows
-constexpr EtcLayout kRgb8   {GL_RGB,  GL_UNSIGNED_BYTE,   8, 3, kKeep,  DecodeColorRow<kDiff>};
-constexpr EtcLayout kAlpha1 {GL_RGBA, GL_UNSIGNED_BYTE,   8, 4, kKeep,  DecodeColorRow<kOpaque>};
-constexpr EtcLayout kRgba8  {GL_RGBA, GL_UNSIGNED_BYTE,  16, 4, kKeep,  DecodeRgba8Row};
-constexpr EtcLayout kR11    {GL_RED,  GL_UNSIGNED_SHORT,  8, 2, kClear, Decode11BitRow<1>};
-constexpr EtcLayout kR11S   {GL_RED,  GL_SHORT,           8, 2, kSet,   Decode11BitRow<1>};
-constexpr EtcLayout kRg11   {GL_RG,   GL_UNSIGNED_SHORT, 16, 4, kClear, Decode11BitRow<2>};
-constexpr EtcLayout kRg11S  {GL_RG,   GL_SHORT,          16, 4, kSet,   Decode11BitRow<2>};
+constexpr EtcLayout kRgb8   {GL_RGB,  GL_UNSIGNED_BYTE,   8, 3, kKeep,  kRgb8Rows};
+constexpr EtcLayout kAlpha1 {GL_RGBA, GL_UNSIGNED_BYTE,   8, 4, kKeep,  kAlpha1Rows};
+constexpr EtcLayout kRgba8  {GL_RGBA, GL_UNSIGNED_BYTE,  16, 4, kKeep,  kRgba8Rows};
+constexpr EtcLayout kR11    {GL_RED,  GL_UNSIGNED_SHORT,  8, 2, kClear, kR11Rows};
+constexpr EtcLayout kR11S   {GL_RED,  GL_SHORT,           8, 2, kSet,   kR11Rows};
+constexpr EtcLayout kRg11   {GL_RG,   GL_UNSIGNED_SHORT, 16, 4, kClear, kRg11Rows};
+constexpr EtcLayout kRg11S  {GL_RG,   GL_SHORT,          16, 4, kSet,   kRg11Rows};
 
 constexpr std::array<EtcFormat, 11> kFormats{{
     // code                                        internalFormat   sRGB   layout
@@ -181,7 +134,8 @@ void Etc_DecodePixels(std::uint8_t* target, const std::uint8_t* source,
                            .height = height,
                            .blockBytes = row->layout.blockBytes,
                            .pixelBytes = row->layout.pixelBytes};
-    Blocks_DecodeImage(image, source, target, row->layout.decodeRow);
+    const RowKernel decodeRow = row->layout.rows[g_eacSigned != 0 ? 1 : 0];
+    Blocks_DecodeImage(image, source, target, Etc_GetKernels().*decodeRow);
 }
 
 std::optional<std::uint32_t> Etc_GetPayloadBytes(std::uint32_t sourceInternalFormat,
