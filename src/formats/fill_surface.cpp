@@ -14,8 +14,8 @@
 namespace koru {
 namespace {
 
-/// A piece and what becomes of it fit a core's second-level cache.
-constexpr std::uint64_t kPieceBytes = 256u << 10;
+/// A piece and what becomes of it stay in a core's own caches, and its memory in the heap.
+constexpr std::uint64_t kPieceBytes = 64u << 10;
 
 constexpr std::uint64_t DivideUp(std::uint64_t value, std::uint64_t divisor) noexcept {
     return value / divisor + (value % divisor != 0 ? 1 : 0);
@@ -54,10 +54,14 @@ class DecodedSource {
 
     [[nodiscard]] std::uint32_t GetRowStep() const noexcept { return decoder_.rowStep; }
 
-    /// Memory for parts of so many bytes, which may begin and end anywhere.
+    /// Memory for parts of so many bytes, each beginning at a multiple of that.
     [[nodiscard]] bool Prepare(std::uint64_t partBytes) noexcept {
-        const std::uint64_t rows =
-            DivideUp(partBytes, decoder_.rowBytes) + std::uint64_t{2} * decoder_.rowStep;
+        const std::uint64_t stepBytes = std::uint64_t{decoder_.rowBytes} * decoder_.rowStep;
+        // Parts that begin inside a step reach into one more at either end. Pixels below a byte
+        // take no part at all.
+        const bool isAligned = partBytes != 0 && partBytes % stepBytes == 0;
+        const std::uint64_t more = isAligned ? 0 : 2;
+        const std::uint64_t rows = (DivideUp(partBytes, stepBytes) + more) * decoder_.rowStep;
         const auto bytes = Size_Mul32(Limit32(std::min<std::uint64_t>(rows, decoder_.rowCount)),
                                       decoder_.rowBytes);
         if (bytes) rows_ = ByteBuffer::Allocate(*bytes);

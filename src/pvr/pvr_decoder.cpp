@@ -24,7 +24,7 @@ class PvrtcRows final : public RowDecoder {
         const bool hasStrips = std::has_single_bit(width) && std::has_single_bit(height);
         rowBytes = width * kRgbaBytes;
         rowCount = height;
-        rowStep = hasStrips ? kPvrtcBlockHeight : height;
+        rowStep = hasStrips ? kStripRows : height;
     }
 
     bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
@@ -39,6 +39,9 @@ class PvrtcRows final : public RowDecoder {
     }
 
   private:
+    /// Each strip unpacks one row of blocks more than it has.
+    static constexpr std::uint32_t kStripRows = 4 * kPvrtcBlockHeight;
+
     std::span<const std::uint8_t> payload_;
     bool is2Bpp_;
     std::uint32_t width_;
