@@ -47,9 +47,9 @@ typename V::Vector GetEacAlphas(const std::uint8_t* alphaBlocks, typename V::Vec
                                 std::size_t blockBytes) noexcept {
     const auto base = V::Shuffle(blocks, V::Load(kEacBase<BlockHalf::Low, 0>.data()));
     const auto values = V::Add16(base, LoadEacAmounts<V>(kEacProducts, alphaBlocks, blockBytes));
-    const auto indices = V::PackUnsigned16(GetEacIndices<V, BlockHalf::Low, 0>(blocks),
-                                           GetEacIndices<V, BlockHalf::Low, 8>(blocks));
-    return V::Shuffle(V::PackUnsigned16(values, values), indices);
+    const auto indices = V::PackSaturated16(GetEacIndices<V, BlockHalf::Low, 0>(blocks),
+                                            GetEacIndices<V, BlockHalf::Low, 8>(blocks));
+    return V::Shuffle(V::PackSaturated16(values, values), indices);
 }
 
 /// What indices add to an 11-bit value: products of 8, or for a multiplier of 0 the modifier.
@@ -115,7 +115,7 @@ struct Eac11Rows {
     static Vector GetBase(Vector lanes) noexcept {
         const Vector high = V::Shuffle(lanes, V::Load(kEacBase<Half, 1>.data()));
         if constexpr (IsSigned) {
-            return V::Max16(V::template ShiftRightSigned16<5>(high), V::Set16(-127 * 8));
+            return V::MaxSigned16(V::template ShiftRightSigned16<5>(high), V::Set16(-127 * 8));
         } else {
             return V::Or(V::template ShiftRight16<5>(high), V::Set16(4));
         }
@@ -123,12 +123,13 @@ struct Eac11Rows {
 
     static Vector Widen(Vector values) noexcept {
         if constexpr (IsSigned) {
-            const Vector magnitudes = V::Min16(V::Absolute16(values), V::Set16(1023));
+            const Vector magnitudes = V::MinSigned16(V::Absolute16(values), V::Set16(1023));
             return V::CopySign16(V::Or(V::template ShiftLeft16<5>(magnitudes),
                                        V::template ShiftRight16<5>(magnitudes)),
                                  values);
         } else {
-            const Vector limited = V::Min16(V::Max16(values, V::Set16(0)), V::Set16(2047));
+            const Vector limited =
+                V::MinSigned16(V::MaxSigned16(values, V::Set16(0)), V::Set16(2047));
             return V::Or(V::template ShiftLeft16<5>(limited), V::template ShiftRight16<6>(limited));
         }
     }

@@ -169,8 +169,8 @@ class ColorRows {
     /// All channels of all blocks at once: bytes 0 to 2 of the blocks are those of R, G and B.
     static std::uint64_t GetBases(const std::uint8_t* blocks, Bases& bases) noexcept {
         const Vector channels =
-            V::EvenDwords(V::template LoadColors<kBlockBytes>(blocks),
-                          V::template LoadColors<kBlockBytes>(blocks + kGroup / 2 * kBlockBytes));
+            V::Even32(V::template LoadColors<kBlockBytes>(blocks),
+                      V::template LoadColors<kBlockBytes>(blocks + kGroup / 2 * kBlockBytes));
         const Vector high4 = V::And(V::template ShiftRight16<4>(channels), V::Set8(15));
         const Vector low4 = V::And(channels, V::Set8(15));
         const Vector high5 = V::And(V::template ShiftRight16<3>(channels), V::Set8(31));
@@ -186,8 +186,8 @@ class ColorRows {
             const Vector widened4 = V::Load(kWidened4.data());
             const Vector isDifferential =
                 V::template ShiftRightSigned32<31>(V::template ShiftLeft32<6>(channels));
-            first = V::Choose(V::Shuffle(widened4, high4), first, isDifferential);
-            second = V::Choose(V::Shuffle(widened4, low4), second, isDifferential);
+            first = V::Select(isDifferential, first, V::Shuffle(widened4, high4));
+            second = V::Select(isDifferential, second, V::Shuffle(widened4, low4));
             special = V::And(special, isDifferential);
         }
         V::Store(bases.data(), V::UnpackLow32(first, second));
@@ -223,14 +223,14 @@ class ColorRows {
 
     /// Stores a row of one block: R, G, B at the low end, or R, G, B, A.
     static void StoreRow(std::uint8_t* target, __m128i row) noexcept {
-        auto* const place = reinterpret_cast<__m128i*>(target);
+        using Lane = typename V::Lane;
         if constexpr (Row == ColorRow::Rgb8) {
             StoreTwelve(target, row);
         } else if constexpr (Row == ColorRow::Rgba8) {
-            const __m128i alphas = _mm_and_si128(_mm_loadu_si128(place), _mm_set1_epi32(-1 << 24));
-            _mm_storeu_si128(place, _mm_or_si128(row, alphas));
+            const __m128i alphas = Lane::And(Lane::Load(target), Lane::Set32(-1 << 24));
+            Lane::Store(target, Lane::Or(row, alphas));
         } else {
-            _mm_storeu_si128(place, row);
+            Lane::Store(target, row);
         }
     }
 
@@ -269,7 +269,7 @@ class ColorRows {
             const Texels<V> texels = GetTexels<BlockHalf::Low>(
                 palette, V::LoadLanes8(getBlock), V::Set8(0),
                 [&](std::size_t lane) noexcept { return std::size_t{getBlock(lane)[3]}; },
-                [] { return V::Set8(static_cast<char>(kOpaque)); });
+                [] { return V::Set8(kOpaque); });
             for (std::size_t y = 0; y < kBlockSide; ++y)
                 StoreListed(numbers, y, texels.rows[y], target, stride);
         }
@@ -287,8 +287,8 @@ class ColorRows {
             };
             const Vector words01 = V::UnpackLow64(load(0), load(1));
             const Vector words23 = V::UnpackLow64(load(2), load(3));
-            const Planes<V> planes = ReadPlanes<V>(V::EvenDwords(words01, words23),
-                                                   V::OddDwords(words01, words23), kOpaque);
+            const Planes<V> planes =
+                ReadPlanes<V>(V::Even32(words01, words23), V::Odd32(words01, words23), kOpaque);
             const auto paint = [&]<std::size_t Index>() noexcept {
                 if (i + Index * V::kLanes >= list.count) return;
                 const std::uint8_t* const numbers = list.blocks.data() + i + Index * V::kLanes;

@@ -223,10 +223,10 @@ Texels<V> GetRgbTexels(const Palette<V>& palette, typename V::Vector indices) no
     const auto redGreen23 = V::UnpackHigh32(red, green);
     // A row's reds and greens lie in one half of the lane, so its blues fit into the other.
     const auto even = V::Load(kInterleaveEven.data()), odd = V::Load(kInterleaveOdd.data());
-    return {{V::Shuffle(V::template BlendDword<2>(redGreen01, swapped), even),
-             V::Shuffle(V::template BlendDword<1>(redGreen01, blue), odd),
-             V::Shuffle(V::template BlendDword<2>(redGreen23, blue), even),
-             V::Shuffle(V::template BlendDword<1>(redGreen23, swapped), odd)}};
+    return {{V::Shuffle(V::template Blend32<0b0100>(redGreen01, swapped), even),
+             V::Shuffle(V::template Blend32<0b0010>(redGreen01, blue), odd),
+             V::Shuffle(V::template Blend32<0b0100>(redGreen23, blue), even),
+             V::Shuffle(V::template Blend32<0b0010>(redGreen23, swapped), odd)}};
 }
 
 }  // namespace

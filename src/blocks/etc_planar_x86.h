@@ -93,8 +93,8 @@ void PaintPlanes(const Planes<V>& planes, const StoreRow& storeRow) noexcept {
                          V::And(stepX, V::Load(kOddPixels.data())));
     auto right = V::Add16(left, V::Add16(stepX, stepX));
     for (std::size_t y = 0; y < kBlockSide; ++y) {
-        storeRow(y, V::PackUnsigned16(V::template ShiftRightSigned16<2>(left),
-                                      V::template ShiftRightSigned16<2>(right)));
+        storeRow(y, V::PackSaturated16(V::template ShiftRightSigned16<2>(left),
+                                       V::template ShiftRightSigned16<2>(right)));
         left = V::Add16(left, stepY);
         right = V::Add16(right, stepY);
     }

@@ -105,29 +105,35 @@ struct LaneConstants {
 /// loading them.
 extern const LaneConstants kLanes;
 
+/// A constant in each lane.
+template <typename V, typename Constant>
+[[gnu::always_inline]] inline typename V::Vector Repeat(const Constant& lane) noexcept {
+    return V::LoadEach(lane.values);
+}
+
 // Channels.
 
 /// The 16 values of the channel that begins at byte `First` of each lane.
 template <typename V, std::uint8_t First>
 [[gnu::always_inline]] inline typename V::Vector ReadChannel(typename V::Vector blocks) noexcept {
-    const auto ends = V::Shuffle(blocks, V::Repeat(kLanes.channelEnds[First / 8]));
+    const auto ends = V::Shuffle(blocks, Repeat<V>(kLanes.channelEnds[First / 8]));
     const auto isEight =
-        V::IsGreater16(V::SumProducts(ends, V::Repeat(kLanes.endDifference)), V::Zero());
-    const auto eight = V::MulHigh16(V::SumProducts(ends, V::Repeat(kLanes.eightWeights)),
-                                    V::Repeat(kLanes.seventh));
-    const auto six = V::Or(
-        V::MulHigh16(V::SumProducts(ends, V::Repeat(kLanes.sixWeights)), V::Repeat(kLanes.fifth)),
-        V::Repeat(kLanes.sixLast));
+        V::GreaterSigned16(V::SumProducts8(ends, Repeat<V>(kLanes.endDifference)), V::Set16(0));
+    const auto eight = V::MultiplyHigh16(V::SumProducts8(ends, Repeat<V>(kLanes.eightWeights)),
+                                         Repeat<V>(kLanes.seventh));
+    const auto six = V::Or(V::MultiplyHigh16(V::SumProducts8(ends, Repeat<V>(kLanes.sixWeights)),
+                                             Repeat<V>(kLanes.fifth)),
+                           Repeat<V>(kLanes.sixLast));
     const auto values = V::Select(isEight, eight, six);
     // Twice in a lane: bit 3 of an index is free.
-    const auto palette = V::Pack16(values, values);
+    const auto palette = V::PackSaturated16(values, values);
 
-    const auto words = V::Shuffle(blocks, V::Repeat(kLanes.indexWords[First / 8]));
+    const auto words = V::Shuffle(blocks, Repeat<V>(kLanes.indexWords[First / 8]));
     const auto pairs =
-        V::And(V::MulHigh16(words, V::Repeat(kLanes.indexShift)), V::Repeat(kLanes.indexPair));
+        V::And(V::MultiplyHigh16(words, Repeat<V>(kLanes.indexShift)), Repeat<V>(kLanes.indexPair));
     // Shuffles look at bit 7, which must be 0, and at the lowest four.
     const auto indices =
-        V::And(V::Or(pairs, V::template ShiftLeft16<5>(pairs)), V::Repeat(kLanes.shuffleIndices));
+        V::And(V::Or(pairs, V::template ShiftLeft16<5>(pairs)), Repeat<V>(kLanes.shuffleIndices));
     return V::Shuffle(palette, indices);
 }
 
@@ -137,8 +143,8 @@ template <typename V, std::uint8_t First>
 template <typename V>
 [[gnu::always_inline]] inline void ReadExplicitAlpha(typename V::Vector alphas,
                                                      typename V::Vector* values) noexcept {
-    const auto low = V::And(alphas, V::Repeat(kLanes.evenNibbles));
-    const auto high = V::And(alphas, V::Repeat(kLanes.oddNibbles));
+    const auto low = V::And(alphas, Repeat<V>(kLanes.evenNibbles));
+    const auto high = V::And(alphas, Repeat<V>(kLanes.oddNibbles));
     const auto even = V::Or(low, V::template ShiftLeft16<4>(low));
     const auto odd = V::Or(high, V::template ShiftRight16<4>(high));
     values[0] = V::UnpackLow8(even, odd);
@@ -152,7 +158,7 @@ template <typename V>
 [[gnu::always_inline]] inline typename V::Vector MixThirds(typename V::Vector ends,
                                                            typename V::Vector otherEnds) noexcept {
     const auto sums = V::Add16(V::Add16(ends, ends), otherEnds);
-    return V::MulHigh16(sums, V::Repeat(kLanes.third));
+    return V::MultiplyHigh16(sums, Repeat<V>(kLanes.third));
 }
 
 /// The four RGBA colors of each block of a group. `ends`: color0 and color1 of the blocks, vector
@@ -160,11 +166,11 @@ template <typename V>
 template <typename V, S3tcMode Mode>
 [[gnu::always_inline]] inline void BuildPalettes(typename V::Vector ends,
                                                  typename V::Vector* palettes) noexcept {
-    const auto fiveBits = V::Repeat(kLanes.widenFive), sixBits = V::Repeat(kLanes.widenSix);
-    const auto red = V::MulHigh16(V::And(ends, V::Repeat(kLanes.redBits)), fiveBits);
-    const auto green = V::MulHigh16(V::And(ends, V::Repeat(kLanes.greenBits)), sixBits);
-    const auto blue = V::MulHigh16(V::template ShiftLeft16<11>(ends), fiveBits);
-    const auto otherEnd = V::Repeat(kLanes.otherEnd);
+    const auto fiveBits = Repeat<V>(kLanes.widenFive), sixBits = Repeat<V>(kLanes.widenSix);
+    const auto red = V::MultiplyHigh16(V::And(ends, Repeat<V>(kLanes.redBits)), fiveBits);
+    const auto green = V::MultiplyHigh16(V::And(ends, Repeat<V>(kLanes.greenBits)), sixBits);
+    const auto blue = V::MultiplyHigh16(V::template ShiftLeft16<11>(ends), fiveBits);
+    const auto otherEnd = Repeat<V>(kLanes.otherEnd);
     const auto otherRed = V::Shuffle(red, otherEnd);
     const auto otherGreen = V::Shuffle(green, otherEnd);
     const auto otherBlue = V::Shuffle(blue, otherEnd);
@@ -175,18 +181,18 @@ template <typename V, S3tcMode Mode>
                                V::template ShiftLeft16<8>(MixThirds<V>(green, otherGreen)));
     auto mixedBlueAlpha = MixThirds<V>(blue, otherBlue);
     if constexpr (Mode == S3tcMode::Dxt1) {
-        blueAlpha = V::Or(blueAlpha, V::Repeat(kLanes.fullAlpha));
-        mixedBlueAlpha = V::Or(mixedBlueAlpha, V::Repeat(kLanes.fullAlpha));
+        blueAlpha = V::Or(blueAlpha, Repeat<V>(kLanes.fullAlpha));
+        mixedBlueAlpha = V::Or(mixedBlueAlpha, Repeat<V>(kLanes.fullAlpha));
     }
     if constexpr (Mode != S3tcMode::Dxt5) {
         const auto otherRedGreen = V::Or(otherRed, V::template ShiftLeft16<8>(otherGreen));
-        const auto isNotLess = V::IsEqual16(V::Max16(ends, V::Shuffle(ends, otherEnd)), ends);
+        const auto isNotLess = V::Equal16(V::Max16(ends, V::Shuffle(ends, otherEnd)), ends);
         const auto isThreeColor = V::template ShiftRightSigned32<16>(isNotLess);  // color1's
         const auto white =
-            V::Repeat(Mode == S3tcMode::Dxt1 ? kLanes.whiteBlueAlpha0 : kLanes.whiteBlue);
+            Repeat<V>(Mode == S3tcMode::Dxt1 ? kLanes.whiteBlueAlpha0 : kLanes.whiteBlue);
         mixedRedGreen =
             V::Select(isThreeColor,
-                      V::Or(V::Average8(redGreen, otherRedGreen), V::Repeat(kLanes.whiteRedGreen)),
+                      V::Or(V::Average8(redGreen, otherRedGreen), Repeat<V>(kLanes.whiteRedGreen)),
                       mixedRedGreen);
         mixedBlueAlpha =
             V::Select(isThreeColor, V::Or(V::Average8(blue, otherBlue), white), mixedBlueAlpha);
@@ -218,7 +224,7 @@ template <typename V>
                                             std::uint8_t* target) noexcept {
     typename V::Vector parts[kGroupVectors];
     for (std::size_t i = 0; i < kGroupVectors; ++i)
-        parts[i] = V::Shuffle(pixels[i], V::Repeat(kLanes.rgbParts[i]));
+        parts[i] = V::Shuffle(pixels[i], Repeat<V>(kLanes.rgbParts[i]));
     constexpr std::size_t kDistance = 3 * kLaneBytes;
     V::StoreLanes(target, kDistance, V::template Blend32<0b1000>(parts[0], parts[1]));
     V::StoreLanes(target + kLaneBytes, kDistance, V::template Blend32<0b1100>(parts[1], parts[2]));
@@ -236,7 +242,7 @@ template <typename V>
         typename V::Vector pixels[kGroupVectors];
         for (std::size_t i = 0; i < kGroupVectors; ++i) {
             pixels[i] = V::Or(indices.Pick(palettes[i], i, row),
-                              V::Shuffle(alphas[i], V::Repeat(kLanes.alphaRows[row])));
+                              V::Shuffle(alphas[i], Repeat<V>(kLanes.alphaRows[row])));
         }
         StoreRgba<V>(pixels, target + row * stride);
     }
@@ -248,7 +254,7 @@ template <typename V>
                                                  const typename V::Vector* greens,
                                                  std::uint8_t* target,
                                                  std::size_t stride) noexcept {
-    const auto full = V::Repeat(kLanes.full);
+    const auto full = Repeat<V>(kLanes.full);
     typename V::Vector rows[kBlockSide][kGroupVectors];
     for (std::size_t i = 0; i < kGroupVectors; ++i) {
         const auto upper = V::UnpackLow8(reds[i], greens[i]);
@@ -342,7 +348,7 @@ struct Bc4 {
         const typename V::Vector reds[kGroupVectors]{
             ReadChannel<V, 0>(first), ReadChannel<V, 8>(first), ReadChannel<V, 0>(second),
             ReadChannel<V, 8>(second)};
-        const auto full = V::Repeat(kLanes.full);
+        const auto full = Repeat<V>(kLanes.full);
         const typename V::Vector greens[kGroupVectors]{full, full, full, full};
         StoreChannels<V>(reds, greens, target, stride);
     }

@@ -30,17 +30,18 @@ struct ChannelPairs {
     typename V::Vector redGreen, blueAlpha;
 };
 
-/// Pixels of 16 bits; `Kind` splits words of them.
+/// Pixels of 16 bits; `Kind` splits words of them. Halves of lanes are loaded so that unpacking,
+/// which works in each lane, leaves the pixels in order.
 template <typename V, typename Kind>
 struct WordPixels {
     static constexpr std::size_t kBytes = 2;
     static PixelBlock<V> Load(const std::uint8_t* source) noexcept {
-        const ChannelPairs<V> first = Kind::Split(V::LoadWords(source));
-        const ChannelPairs<V> second = Kind::Split(V::LoadWords(source + 2 * kBytes * V::kPixels));
-        return {V::InterleaveLow16(first.redGreen, first.blueAlpha),
-                V::InterleaveHigh16(first.redGreen, first.blueAlpha),
-                V::InterleaveLow16(second.redGreen, second.blueAlpha),
-                V::InterleaveHigh16(second.redGreen, second.blueAlpha)};
+        const ChannelPairs<V> first = Kind::Split(V::LoadHalves(source));
+        const ChannelPairs<V> second = Kind::Split(V::LoadHalves(source + 2 * kBytes * V::kPixels));
+        return {V::UnpackLow16(first.redGreen, first.blueAlpha),
+                V::UnpackHigh16(first.redGreen, first.blueAlpha),
+                V::UnpackLow16(second.redGreen, second.blueAlpha),
+                V::UnpackHigh16(second.redGreen, second.blueAlpha)};
     }
 };
 
@@ -62,7 +63,7 @@ struct FieldScale {
     template <typename V>
     static typename V::Vector Apply(typename V::Vector words) noexcept {
         const auto fields = V::And(words, V::Set16(((1 << Bits) - 1) << Shift));
-        return V::MulHigh16(fields, V::Set16(Factor));
+        return V::MultiplyHigh16(fields, V::Set16(Factor));
     }
 };
 using Scale5 = FieldScale<5, 4, 33695>;
@@ -75,10 +76,10 @@ struct Rgb565Pixels : WordPixels<V, Rgb565Pixels<V>> {
     static constexpr auto kRows = &ExpandKernels::rgb565;
     static ChannelPairs<V> Split(typename V::Vector words) noexcept {
         static_assert(Scale6::kShift == 5);
-        const auto red = Scale5::Apply<V>(V::template Right16<11 - Scale5::kShift>(words));
+        const auto red = Scale5::Apply<V>(V::template ShiftRight16<11 - Scale5::kShift>(words));
         const auto green = Scale6::Apply<V>(words);
-        const auto blue = Scale5::Apply<V>(V::template Left16<Scale5::kShift>(words));
-        return {V::Or(red, V::template Left16<8>(green)), blue};
+        const auto blue = Scale5::Apply<V>(V::template ShiftLeft16<Scale5::kShift>(words));
+        return {V::Or(red, V::template ShiftLeft16<8>(green)), blue};
     }
 };
 
@@ -87,10 +88,10 @@ struct Rgb5Pixels : WordPixels<V, Rgb5Pixels<V>> {
     static constexpr bool kHasAlpha = false;
     static constexpr auto kRows = &ExpandKernels::rgb5;
     static ChannelPairs<V> Split(typename V::Vector words) noexcept {
-        const auto red = Scale5::Apply<V>(V::template Right16<10 - Scale5::kShift>(words));
-        const auto green = Scale5::Apply<V>(V::template Right16<5 - Scale5::kShift>(words));
-        const auto blue = Scale5::Apply<V>(V::template Left16<Scale5::kShift>(words));
-        return {V::Or(red, V::template Left16<8>(green)), blue};
+        const auto red = Scale5::Apply<V>(V::template ShiftRight16<10 - Scale5::kShift>(words));
+        const auto green = Scale5::Apply<V>(V::template ShiftRight16<5 - Scale5::kShift>(words));
+        const auto blue = Scale5::Apply<V>(V::template ShiftLeft16<Scale5::kShift>(words));
+        return {V::Or(red, V::template ShiftLeft16<8>(green)), blue};
     }
 };
 
@@ -100,7 +101,7 @@ struct Rgb5A1Pixels : WordPixels<V, Rgb5A1Pixels<V>> {
     static constexpr auto kRows = &ExpandKernels::rgb5A1;
     static ChannelPairs<V> Split(typename V::Vector words) noexcept {
         const ChannelPairs<V> opaque = Rgb5Pixels<V>::Split(words);
-        const auto alpha = V::template Left16<8>(V::SpreadSign16(words));
+        const auto alpha = V::template ShiftLeft16<8>(V::template ShiftRightSigned16<15>(words));
         return {opaque.redGreen, V::Or(opaque.blueAlpha, alpha)};
     }
 };
@@ -111,17 +112,17 @@ struct Rgba4Pixels : WordPixels<V, Rgba4Pixels<V>> {
     static constexpr auto kRows = &ExpandKernels::rgba4;
     static ChannelPairs<V> Split(typename V::Vector words) noexcept {
         const auto low = V::Set16(0x000F), high = V::Set16(0x0F00);
-        const auto red = V::And(V::template Right16<8>(words), low);
-        const auto green = V::And(V::template Left16<4>(words), high);
+        const auto red = V::And(V::template ShiftRight16<8>(words), low);
+        const auto green = V::And(V::template ShiftLeft16<4>(words), high);
         const auto blue = V::And(words, low);
-        const auto alpha = V::And(V::template Right16<4>(words), high);
+        const auto alpha = V::And(V::template ShiftRight16<4>(words), high);
         return {Double(V::Or(red, green)), Double(V::Or(blue, alpha))};
     }
 
   private:
     /// Four bits of each byte, to both halves of it.
     static typename V::Vector Double(typename V::Vector fields) noexcept {
-        return V::Or(fields, V::template Left16<4>(fields));
+        return V::Or(fields, V::template ShiftLeft16<4>(fields));
     }
 };
 
@@ -145,12 +146,12 @@ struct Rgb10A2Pixels : LongPixels<V, Rgb10A2Pixels<V>> {
     static constexpr bool kHasAlpha = true;
     static constexpr auto kRows = &ExpandKernels::rgb10A2;
     static typename V::Vector Convert(typename V::Vector words) noexcept {
-        const auto areOne = V::IsEqual8(V::And(words, V::Set32(0x300C03)), V::Set32(0x100401));
+        const auto areOne = V::Equal8(V::And(words, V::Set32(0x300C03)), V::Set32(0x100401));
         const auto colors = V::And(areOne, V::Set32(0x010101));
         // Two bits of alpha, four times.
         auto alpha = V::And(words, V::Set32(static_cast<int>(0xC0000000u)));
-        alpha = V::Or(alpha, V::template Right32<2>(alpha));
-        alpha = V::Or(alpha, V::template Right32<4>(alpha));
+        alpha = V::Or(alpha, V::template ShiftRight32<2>(alpha));
+        alpha = V::Or(alpha, V::template ShiftRight32<4>(alpha));
         return V::Or(colors, alpha);
     }
 };
@@ -160,7 +161,7 @@ struct Rgb9E5Pixels : LongPixels<V, Rgb9E5Pixels<V>> {
     static constexpr bool kHasAlpha = false;
     static constexpr auto kRows = &ExpandKernels::rgb9E5;
     static typename V::Vector Convert(typename V::Vector words) noexcept {
-        const auto areOne = V::IsEqual8(V::And(words, V::Set32(0x060201)), V::Set32(0x020201));
+        const auto areOne = V::Equal8(V::And(words, V::Set32(0x060201)), V::Set32(0x020201));
         return V::SwapRedBlue(V::And(areOne, V::Set32(0x010101)));
     }
 };
@@ -172,10 +173,11 @@ struct R11G11B10Pixels : LongPixels<V, R11G11B10Pixels<V>> {
     static typename V::Vector Convert(typename V::Vector words) noexcept {
         const auto of11 = V::Set32(0x7FF << (kMantissaBits - 6));
         const auto of10 = V::Set32(0x3FF << (kMantissaBits - 5));
-        const auto red = Scale(V::And(V::template Left32<17>(words), of11));
-        const auto green = Scale(V::And(V::template Left32<6>(words), of11));
-        const auto blue = Scale(V::And(V::template Right32<4>(words), of10));
-        return V::Or(V::Or(red, V::template Left32<8>(green)), V::template Left32<16>(blue));
+        const auto red = Scale(V::And(V::template ShiftLeft32<17>(words), of11));
+        const auto green = Scale(V::And(V::template ShiftLeft32<6>(words), of11));
+        const auto blue = Scale(V::And(V::template ShiftRight32<4>(words), of10));
+        return V::Or(V::Or(red, V::template ShiftLeft32<8>(green)),
+                     V::template ShiftLeft32<16>(blue));
     }
 
   private:

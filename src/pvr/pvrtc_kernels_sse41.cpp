@@ -1,13 +1,13 @@
 #include <cstring>
 
+#include "core/vectors_sse41.h"
 #include "pvr/pvrtc_kernels.h"
 #include "pvr/pvrtc_vector_kernels.h"
 
 namespace koru {
 namespace {
 
-struct Sse41;
-using Lane = OneLane<Sse41>;
+struct PvrtcLane : OneLane<Sse41Vectors> {};
 
 /// The weights of a row of eight pixels, by their bits, in a block without mode flag and in an even
 /// and an odd row of one with it.
@@ -29,35 +29,31 @@ constexpr RowTable kRows2Bpp = [] {
 
 /// Codes of four blocks.
 void ReadFourCodes(const PvrtcBlock* blocks, std::uint8_t* codes, std::size_t stride) noexcept {
-    const __m128i low = Lane::Load(blocks), high = Lane::Load(blocks + 2);
-    const __m128i bits =
-        _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(low), _mm_castsi128_ps(high), 0x88));
-    const __m128i hasMode = _mm_srai_epi32(_mm_slli_epi32(Lane::LoadColors(blocks), 31), 31);
-    const __m128i modes = _mm_and_si128(hasMode, _mm_set1_epi8(1 << kPvrtcCodeBits));
-    const __m128i four = _mm_set1_epi8(15);
-    const __m128i left = _mm_or_si128(_mm_and_si128(bits, four), modes);
-    const __m128i right = _mm_or_si128(_mm_and_si128(_mm_srli_epi16(bits, 4), four), modes);
+    using V = PvrtcLane;
+    using Vector = V::Vector;
+    const Vector bits = V::Even32(V::Load(blocks), V::Load(blocks + 2));
+    const Vector hasMode = V::ShiftRightSigned32<31>(V::ShiftLeft32<31>(V::LoadColors(blocks)));
+    const Vector modes = V::And(hasMode, V::Set8(1 << kPvrtcCodeBits));
+    const Vector four = V::Set8(15);
+    const Vector left = V::Or(V::And(bits, four), modes);
+    const Vector right = V::Or(V::And(V::ShiftRight16<4>(bits), four), modes);
     // From four rows of each block to a row of all blocks: two codes are a word.
-    const __m128i blocks01 = _mm_unpacklo_epi8(left, right);
-    const __m128i blocks23 = _mm_unpackhi_epi8(left, right);
-    const __m128i blocks02 = _mm_unpacklo_epi16(blocks01, blocks23);
-    const __m128i blocks13 = _mm_unpackhi_epi16(blocks01, blocks23);
-    const __m128i rows01 = _mm_unpacklo_epi16(blocks02, blocks13);
-    const __m128i rows23 = _mm_unpackhi_epi16(blocks02, blocks13);
-    const auto store = [&](std::size_t row, __m128i value) {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(codes + row * stride), value);
-    };
-    store(0, rows01);
-    store(1, _mm_srli_si128(rows01, 8));
-    store(2, rows23);
-    store(3, _mm_srli_si128(rows23, 8));
+    const Vector blocks01 = V::UnpackLow8(left, right), blocks23 = V::UnpackHigh8(left, right);
+    const Vector blocks02 = V::UnpackLow16(blocks01, blocks23);
+    const Vector blocks13 = V::UnpackHigh16(blocks01, blocks23);
+    const Vector rows01 = V::UnpackLow16(blocks02, blocks13);
+    const Vector rows23 = V::UnpackHigh16(blocks02, blocks13);
+    V::StoreLow64(codes, rows01);
+    V::StoreHigh64(codes + stride, rows01);
+    V::StoreLow64(codes + 2 * stride, rows23);
+    V::StoreHigh64(codes + 3 * stride, rows23);
 }
 
 }  // namespace
 
 void Pvrtc_UnpackColorsSse41(const PvrtcBlock* blocks, std::size_t blockCount,
                              std::int16_t* colors) noexcept {
-    Pvrtc_UnpackColors<Lane>(blocks, blockCount, colors);
+    Pvrtc_UnpackColors<PvrtcLane>(blocks, blockCount, colors);
 }
 
 void Pvrtc_ReadCodes4BppSse41(const PvrtcBlock* blocks, std::size_t blockCount,
@@ -82,17 +78,17 @@ void Pvrtc_ReadWeights2BppSse41(const PvrtcBlock* blocks, std::size_t blockCount
 
 void Pvrtc_MixColorsSse41(const std::int16_t* upper, const std::int16_t* lower, int quarters,
                           std::size_t blockCount, std::int16_t* mixed) noexcept {
-    Pvrtc_MixColors<Lane>(upper, lower, quarters, 0, blockCount, mixed);
+    Pvrtc_MixColors<PvrtcLane>(upper, lower, quarters, 0, blockCount, mixed);
 }
 
 void Pvrtc_DrawRow4BppSse41(const std::int16_t* mixed, const std::uint8_t* codes,
                             std::size_t areaCount, std::uint8_t* target) noexcept {
-    Pvrtc_DrawRow4Bpp<Lane>(mixed, codes, 0, areaCount, target);
+    Pvrtc_DrawRow4Bpp<PvrtcLane>(mixed, codes, 0, areaCount, target);
 }
 
 void Pvrtc_DrawRow2BppSse41(const std::int16_t* mixed, const PvrtcWeightRows& weights,
                             std::size_t areaCount, std::uint8_t* target) noexcept {
-    Pvrtc_DrawRow2Bpp<Lane>(mixed, weights, 0, areaCount, target);
+    Pvrtc_DrawRow2Bpp<PvrtcLane>(mixed, weights, 0, areaCount, target);
 }
 
 }  // namespace koru

@@ -5,8 +5,6 @@
 // these templates is never shared with code for another instruction set.
 #pragma once
 
-#include <immintrin.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,77 +13,27 @@
 
 namespace koru {
 
-/// `Source` is a type of the source that includes this.
-template <typename Source>
-struct OneLane {
-    using Vector = __m128i;
-    static constexpr std::size_t kLanes = 1;
-
-    static Vector Load(const void* source) noexcept {
-        return _mm_loadu_si128(static_cast<const __m128i*>(source));
-    }
-    static Vector LoadEach(const void* source) noexcept { return Load(source); }
-    static void Store(void* target, Vector value) noexcept {
-        _mm_storeu_si128(static_cast<__m128i*>(target), value);
-    }
-    static Vector Set32(std::uint32_t value) noexcept {
-        return _mm_set1_epi32(static_cast<int>(value));
-    }
-    static Vector Set16(int value) noexcept { return _mm_set1_epi16(static_cast<short>(value)); }
-    static Vector Add16(Vector a, Vector b) noexcept { return _mm_add_epi16(a, b); }
-    static Vector Subtract16(Vector a, Vector b) noexcept { return _mm_sub_epi16(a, b); }
-    static Vector Multiply16(Vector a, Vector b) noexcept { return _mm_mullo_epi16(a, b); }
-    static Vector MultiplyHigh16(Vector a, Vector b) noexcept { return _mm_mulhi_epu16(a, b); }
-    static Vector MultiplyPairs8(Vector a, Vector b) noexcept { return _mm_maddubs_epi16(a, b); }
-    static Vector Pack16(Vector low, Vector high) noexcept { return _mm_packus_epi16(low, high); }
-    static Vector Shuffle8(Vector a, Vector places) noexcept { return _mm_shuffle_epi8(a, places); }
-    static Vector And(Vector a, Vector b) noexcept { return _mm_and_si128(a, b); }
-    static Vector AndNot(Vector no, Vector b) noexcept { return _mm_andnot_si128(no, b); }
-    static Vector Or(Vector a, Vector b) noexcept { return _mm_or_si128(a, b); }
-    static Vector Select(Vector mask, Vector yes, Vector no) noexcept {
-        return _mm_blendv_epi8(no, yes, mask);
-    }
-    template <int Count>
-    static Vector Left16(Vector a) noexcept {
-        return _mm_slli_epi16(a, Count);
-    }
-    template <int Count>
-    static Vector Right16(Vector a) noexcept {
-        return _mm_srli_epi16(a, Count);
-    }
-    template <int Count>
-    static Vector Right32(Vector a) noexcept {
-        return _mm_srli_epi32(a, Count);
-    }
-    static Vector GetSigns16(Vector a) noexcept { return _mm_srai_epi16(a, 15); }
-    static Vector Low32(Vector a, Vector b) noexcept { return _mm_unpacklo_epi32(a, b); }
-    static Vector High32(Vector a, Vector b) noexcept { return _mm_unpackhi_epi32(a, b); }
-    static Vector Low64(Vector a, Vector b) noexcept { return _mm_unpacklo_epi64(a, b); }
-    static Vector High64(Vector a, Vector b) noexcept { return _mm_unpackhi_epi64(a, b); }
+/// `Lane` is the vectors of one lane of the instruction set.
+template <typename Lane>
+struct OneLane : Lane {
+    using Vector = typename Lane::Vector;
 
     /// Color words of four blocks.
     static Vector LoadColors(const PvrtcBlock* blocks) noexcept {
-        const __m128 low = _mm_castsi128_ps(Load(blocks)),
-                     high = _mm_castsi128_ps(Load(blocks + 2));
-        return _mm_castps_si128(_mm_shuffle_ps(low, high, 0xDD));
-    }
-    /// Stores a block's lane; those of a vector belong to every fourth block.
-    static void StoreEachFourth(std::int16_t* target, Vector value) noexcept {
-        Store(target, value);
+        return Lane::Odd32(Lane::Load(blocks), Lane::Load(blocks + 2));
     }
     /// Pairs of weights of two pixels.
     static Vector LoadPairs(const std::uint8_t (*table)[16], const std::uint8_t* codes) noexcept {
-        return Load(table[codes[0]]);
+        return Lane::Load(table[codes[0]]);
     }
     /// Weights of an area, in the low half.
-    static __m128i LoadWeights(const std::uint8_t* weights) noexcept {
-        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(weights));
+    static Vector LoadWeights(const std::uint8_t* weights) noexcept {
+        return Lane::LoadLow64(weights);
     }
-    static Vector Widen8(__m128i weights) noexcept { return _mm_cvtepu8_epi16(weights); }
     /// Stores areas of eight pixels, given as left and right halves.
     static void StoreHalves(std::uint8_t* target, Vector left, Vector right) noexcept {
-        Store(target, left);
-        Store(target + 16, right);
+        Lane::Store(target, left);
+        Lane::Store(target + 16, right);
     }
 };
 
@@ -95,33 +43,42 @@ void Pvrtc_UnpackFourColors(const PvrtcBlock* blocks, std::int16_t* target) noex
     using Vector = typename Ops::Vector;
     const Vector inA = Ops::Set32(0xFFFF);
     const Vector bits = Ops::AndNot(Ops::Set32(1), Ops::LoadColors(blocks));
-    const Vector isOpaque = Ops::GetSigns16(bits);
+    const Vector isOpaque = Ops::template ShiftRightSigned16<15>(bits);
     const auto fillLow = [](Vector value) {
-        return Ops::Or(value, Ops::template Right16<4>(value));
+        return Ops::Or(value, Ops::template ShiftRight16<4>(value));
     };
     const Vector five = Ops::Set16(31), fourOnTop = Ops::Set16(30);
 
-    const Vector red = Ops::Select(isOpaque, Ops::And(Ops::template Right16<10>(bits), five),
-                                   fillLow(Ops::And(Ops::template Right16<7>(bits), fourOnTop)));
-    const Vector green = Ops::Select(isOpaque, Ops::And(Ops::template Right16<5>(bits), five),
-                                     fillLow(Ops::And(Ops::template Right16<3>(bits), fourOnTop)));
-    const Vector alpha = Ops::Select(isOpaque, Ops::Set16(30),
-                                     Ops::And(Ops::template Right16<10>(bits), Ops::Set16(28)));
+    const Vector red =
+        Ops::Select(isOpaque, Ops::And(Ops::template ShiftRight16<10>(bits), five),
+                    fillLow(Ops::And(Ops::template ShiftRight16<7>(bits), fourOnTop)));
+    const Vector green =
+        Ops::Select(isOpaque, Ops::And(Ops::template ShiftRight16<5>(bits), five),
+                    fillLow(Ops::And(Ops::template ShiftRight16<3>(bits), fourOnTop)));
+    const Vector alpha = Ops::Select(
+        isOpaque, Ops::Set16(30), Ops::And(Ops::template ShiftRight16<10>(bits), Ops::Set16(28)));
 
     Vector blue = Ops::Select(isOpaque, Ops::And(bits, five),
-                              Ops::And(Ops::template Left16<1>(bits), fourOnTop));
-    const Vector low =
-        Ops::Select(isOpaque, Ops::template Right16<4>(blue), Ops::template Right16<3>(blue));
+                              Ops::And(Ops::template ShiftLeft16<1>(bits), fourOnTop));
+    const Vector low = Ops::Select(isOpaque, Ops::template ShiftRight16<4>(blue),
+                                   Ops::template ShiftRight16<3>(blue));
     blue = Ops::Or(blue, Ops::And(low, inA));
-    const Vector isOpaqueB = Ops::template Right32<16>(isOpaque);
-    blue = Ops::Or(blue, Ops::AndNot(isOpaqueB, Ops::And(Ops::template Right16<4>(blue), inA)));
+    const Vector isOpaqueB = Ops::template ShiftRight32<16>(isOpaque);
+    blue =
+        Ops::Or(blue, Ops::AndNot(isOpaqueB, Ops::And(Ops::template ShiftRight16<4>(blue), inA)));
 
-    const Vector redGreen01 = Ops::Low32(red, green), redGreen23 = Ops::High32(red, green);
-    const Vector blueAlpha01 = Ops::Low32(blue, alpha), blueAlpha23 = Ops::High32(blue, alpha);
-    Ops::StoreEachFourth(target, Ops::Low64(redGreen01, blueAlpha01));
-    Ops::StoreEachFourth(target + kPvrtcLanes, Ops::High64(redGreen01, blueAlpha01));
-    Ops::StoreEachFourth(target + 2 * kPvrtcLanes, Ops::Low64(redGreen23, blueAlpha23));
-    Ops::StoreEachFourth(target + 3 * kPvrtcLanes, Ops::High64(redGreen23, blueAlpha23));
+    const Vector redGreen01 = Ops::UnpackLow32(red, green),
+                 redGreen23 = Ops::UnpackHigh32(red, green);
+    const Vector blueAlpha01 = Ops::UnpackLow32(blue, alpha),
+                 blueAlpha23 = Ops::UnpackHigh32(blue, alpha);
+    // The lanes of a vector belong to every fourth block.
+    const auto store = [](std::int16_t* to, Vector lanes) {
+        Ops::StoreLanes(to, 4 * kPvrtcLanes * sizeof(*to), lanes);
+    };
+    store(target, Ops::UnpackLow64(redGreen01, blueAlpha01));
+    store(target + kPvrtcLanes, Ops::UnpackHigh64(redGreen01, blueAlpha01));
+    store(target + 2 * kPvrtcLanes, Ops::UnpackLow64(redGreen23, blueAlpha23));
+    store(target + 3 * kPvrtcLanes, Ops::UnpackHigh64(redGreen23, blueAlpha23));
 }
 
 template <typename Ops>
@@ -175,7 +132,7 @@ class PvrtcExpansion {
 /// Two pixels' bytes of color A and B in turn, times pairs of weights of eighths.
 template <typename Ops>
 typename Ops::Vector Pvrtc_Blend(typename Ops::Vector pixels, typename Ops::Vector pairs) noexcept {
-    return Ops::template Right16<3>(Ops::MultiplyPairs8(pixels, pairs));
+    return Ops::template ShiftRight16<3>(Ops::SumProducts8(pixels, pairs));
 }
 
 /// Weights of color A and B for each channel of two pixels, by code. The channel that punches
@@ -210,17 +167,17 @@ std::size_t Pvrtc_DrawRow4Bpp(const std::int16_t* mixed, const std::uint8_t* cod
         const Vector left = Ops::Load(mixed + area * kPvrtcLanes);
         const Vector right = Ops::Load(mixed + (area + 1) * kPvrtcLanes);
         const Vector step = Ops::Subtract16(right, left);
-        const Vector sum0 = Ops::template Left16<2>(left);
+        const Vector sum0 = Ops::template ShiftLeft16<2>(left);
         const Vector sum1 = Ops::Add16(sum0, step);
         const Vector sum2 = Ops::Add16(sum1, step);
         const Vector sum3 = Ops::Add16(sum2, step);
         // From the middle of the first block on.
         const std::uint8_t* const areaCodes = codes + area * kPvrtcCodes4Bpp + 1;
-        const Vector pixels01 = Pvrtc_Blend<Ops>(Ops::Pack16(expand(sum0), expand(sum1)),
+        const Vector pixels01 = Pvrtc_Blend<Ops>(Ops::PackSaturated16(expand(sum0), expand(sum1)),
                                                  Ops::LoadPairs(kPvrtcPairs.pairs, areaCodes));
-        const Vector pixels23 = Pvrtc_Blend<Ops>(Ops::Pack16(expand(sum2), expand(sum3)),
+        const Vector pixels23 = Pvrtc_Blend<Ops>(Ops::PackSaturated16(expand(sum2), expand(sum3)),
                                                  Ops::LoadPairs(kPvrtcPairs.pairs, areaCodes + 1));
-        Ops::Store(target + area * 16, Ops::Pack16(pixels01, pixels23));
+        Ops::Store(target + area * 16, Ops::PackSaturated16(pixels01, pixels23));
     }
     return area;
 }
@@ -235,17 +192,19 @@ inline constexpr std::array<std::array<std::uint8_t, 16>, 4> kPvrtcPairPlaces = 
 
 /// The weights of areas from `place` on, averages in.
 template <typename Ops>
-__m128i Pvrtc_GetWeights2Bpp(const PvrtcWeightRows& rows, std::size_t place) noexcept {
-    const __m128i here = Ops::LoadWeights(rows.here + place);
-    const __m128i beside = _mm_add_epi8(Ops::LoadWeights(rows.here + place - 1),
-                                        Ops::LoadWeights(rows.here + place + 1));
-    const __m128i upright =
-        _mm_add_epi8(Ops::LoadWeights(rows.above + place), Ops::LoadWeights(rows.below + place));
-    const __m128i sum = _mm_add_epi8(_mm_add_epi8(beside, upright), _mm_set1_epi8(2));
+typename Ops::Lane::Vector Pvrtc_GetWeights2Bpp(const PvrtcWeightRows& rows,
+                                                std::size_t place) noexcept {
+    using Lane = typename Ops::Lane;
+    const auto here = Ops::LoadWeights(rows.here + place);
+    const auto beside = Lane::Add8(Ops::LoadWeights(rows.here + place - 1),
+                                   Ops::LoadWeights(rows.here + place + 1));
+    const auto upright =
+        Lane::Add8(Ops::LoadWeights(rows.above + place), Ops::LoadWeights(rows.below + place));
+    const auto sum = Lane::Add8(Lane::Add8(beside, upright), Lane::Set8(2));
     // Sums of stored weights are below 64.
-    const __m128i average = _mm_and_si128(_mm_srli_epi16(sum, 2), _mm_set1_epi8(15));
+    const auto average = Lane::And(Lane::template ShiftRight16<2>(sum), Lane::Set8(15));
     static_assert(kPvrtcAverage == 0x80, "what the next line selects by");
-    return _mm_blendv_epi8(here, average, here);
+    return Lane::Select(here, average, here);
 }
 
 template <typename Ops>
@@ -262,21 +221,21 @@ std::size_t Pvrtc_DrawRow2Bpp(const std::int16_t* mixed, const PvrtcWeightRows& 
         const Vector ofB = Ops::Widen8(
             Pvrtc_GetWeights2Bpp<Ops>(rows, area * kPvrtcWeights2Bpp + kPvrtcWeights2Bpp / 2));
         const Vector ofA = Ops::Subtract16(Ops::Set16(8), ofB);
-        const Vector pairs = Ops::Or(ofA, Ops::template Left16<8>(ofB));
+        const Vector pairs = Ops::Or(ofA, Ops::template ShiftLeft16<8>(ofB));
         const Vector left = Ops::Load(mixed + area * kPvrtcLanes);
         const Vector right = Ops::Load(mixed + (area + 1) * kPvrtcLanes);
         const Vector step = Ops::Subtract16(right, left);
-        Vector sum = Ops::template Left16<3>(left);
+        Vector sum = Ops::template ShiftLeft16<3>(left);
         const auto drawTwo = [&](Vector twoPlaces) {
             const Vector next = Ops::Add16(sum, step);
-            const Vector pixels = Ops::Pack16(expand(sum), expand(next));
+            const Vector pixels = Ops::PackSaturated16(expand(sum), expand(next));
             sum = Ops::Add16(next, step);
-            return Pvrtc_Blend<Ops>(pixels, Ops::Shuffle8(pairs, twoPlaces));
+            return Pvrtc_Blend<Ops>(pixels, Ops::Shuffle(pairs, twoPlaces));
         };
         const Vector pixels01 = drawTwo(places[0]), pixels23 = drawTwo(places[1]);
         const Vector pixels45 = drawTwo(places[2]), pixels67 = drawTwo(places[3]);
-        Ops::StoreHalves(target + area * 32, Ops::Pack16(pixels01, pixels23),
-                         Ops::Pack16(pixels45, pixels67));
+        Ops::StoreHalves(target + area * 32, Ops::PackSaturated16(pixels01, pixels23),
+                         Ops::PackSaturated16(pixels45, pixels67));
     }
     return area;
 }
