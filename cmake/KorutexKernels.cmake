@@ -18,7 +18,7 @@ function(korutex_add_kernels target)
   target_compile_definitions(${target} PRIVATE KORU_X86_KERNELS)
   set(sse41_options $<$<NOT:$<CXX_COMPILER_ID:MSVC>>:-msse4.1>)
   set(avx2_options $<IF:$<CXX_COMPILER_ID:MSVC>,/arch:AVX2,-mavx2>)
-  if(MINGW)
+  if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # The compiler takes the stack to be aligned for 32-byte moves, which 64-bit Windows does not
     # promise; the assembler makes them moves that need no alignment.
     list(APPEND avx2_options -Wa,-muse-unaligned-vector-move)

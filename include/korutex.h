@@ -19,8 +19,8 @@
  *   that format decodes into a 32-bit working image instead of a 24-bit one. The layout of a record
  *   follows from the flags alone: an RGBA record takes its alpha from a 32-bit working image, and
  *   255 where that is 24-bit. Nothing resets this but unloading the library.
- *   The payload of a format's last load stays in memory until that format's next load or until the
- *   library is unloaded.
+ *   The payload of a format's last load stays in memory, with at most as much again of the file
+ *   around it, until that format's next load or until the library is unloaded.
  *
  * Failure
  *   A loader returns NULL, a writer 0. There is no error code, no message and no exception; running
@@ -75,9 +75,10 @@ typedef uint_least16_t KORU_Char;
 /**
  * Load flags, or-ed together; other bits are ignored.
  *
- * KORU_FLAG_HEADER_ONLY  The record gets its sizes but no pixels (`pixels` is NULL). The image is
- *                        still decoded: the load fails exactly when a full RGB load would. The
- *                        record describes that layout even if KORU_FLAG_RGBA is set as well.
+ * KORU_FLAG_HEADER_ONLY  The record gets its sizes but no pixels (`pixels` is NULL). The load fails
+ *                        exactly when a full RGB load would, and asks for the same memory, though
+ *                        it writes no pixel. The record describes that layout even if
+ *                        KORU_FLAG_RGBA is set as well.
  * KORU_FLAG_RGBA         Pixels are R, G, B, A, 4 bytes each. Without it: R, G, B, 3 bytes each.
  *                        Alpha is 255 where the image has none.
  */

@@ -60,8 +60,8 @@ AstcRows::AstcRows(std::span<const std::uint8_t> payload, std::uint32_t width, s
     rowStep = std::max(footprint.height, 1u);
 }
 
-AstcDecodeResult AstcRows::Open() {
-    astcenc_config config{};
+AstcDecodeResult AstcRows::Configure(astcenc_config& config) noexcept {
+    if (payload_.empty() || width_ == 0 || rowCount == 0) return AstcDecodeResult::Refused;
     if (astcenc_config_init(ASTCENC_PRF_LDR, footprint_.width, footprint_.height, footprint_.depth,
                             kQuality, 0, &config) != ASTCENC_SUCCESS) {
         return AstcDecodeResult::Refused;
@@ -69,8 +69,19 @@ AstcDecodeResult AstcRows::Open() {
     const std::size_t blockCount =
         DivideUp(width_, footprint_.width) * DivideUp(rowCount, footprint_.height);
     if (payload_.size() / kAstcBlockBytes < blockCount) return AstcDecodeResult::Refused;
+    return HasContextMemory() ? AstcDecodeResult::Decoded : AstcDecodeResult::OutOfMemory;
+}
 
-    if (!HasContextMemory()) return AstcDecodeResult::OutOfMemory;
+bool AstcRows::CanDecode() noexcept {
+    astcenc_config config{};
+    result_ = Configure(config);
+    return result_ == AstcDecodeResult::Decoded;
+}
+
+AstcDecodeResult AstcRows::Open() {
+    astcenc_config config{};
+    const AstcDecodeResult configured = Configure(config);
+    if (configured != AstcDecodeResult::Decoded) return configured;
     astcenc_context* context = nullptr;
     const astcenc_error allocated = AllocateContext(&astcenc_context_alloc, config, &context);
     if (allocated == ASTCENC_ERR_OUT_OF_MEM) return AstcDecodeResult::OutOfMemory;
@@ -106,8 +117,7 @@ AstcDecodeResult AstcRows::Decode(std::uint32_t firstRow, std::uint32_t count,
 bool AstcRows::DecodeRows(std::uint32_t firstRow, std::uint32_t count,
                           std::uint8_t* target) noexcept {
     try {
-        result_ = payload_.empty() || count == 0 || width_ == 0 ? AstcDecodeResult::Refused
-                                                                : Decode(firstRow, count, target);
+        result_ = Decode(firstRow, count, target);
     } catch (...) {
         // The codec's own allocations throw; nothing else in it does.
         result_ = AstcDecodeResult::OutOfMemory;

@@ -7,7 +7,9 @@
 
 #include "formats/fill_surface.h"
 
-struct astcenc_context;  // the codec's
+// The codec's.
+struct astcenc_config;
+struct astcenc_context;
 
 namespace koru {
 
@@ -34,6 +36,8 @@ class AstcRows final : public RowDecoder {
     AstcRows(std::span<const std::uint8_t> payload, std::uint32_t width, std::uint32_t height,
              const AstcFootprint& footprint) noexcept;
 
+    bool CanDecode() noexcept override;
+
     bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
                     std::uint8_t* target) noexcept override;
 
@@ -46,6 +50,8 @@ class AstcRows final : public RowDecoder {
         void operator()(astcenc_context* context) const noexcept;
     };
 
+    /// Whether the codec takes the image; its configuration is then set.
+    AstcDecodeResult Configure(astcenc_config& config) noexcept;
     AstcDecodeResult Open();
     AstcDecodeResult Decode(std::uint32_t firstRow, std::uint32_t count, std::uint8_t* target);
 

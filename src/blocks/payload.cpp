@@ -153,6 +153,8 @@ int Payload_DecodeAstc(const PayloadTarget& target, const LevelEntry& level,
                        const AstcFootprint& footprint) noexcept {
     const auto size = Size_GetPacked(target.width, target.height, kRgbaBytes);
     if (!size) return 0;
+    // Quirk: memory for an RGBA image must be there, though none is made; keeps which loads fail.
+    if (!ByteBuffer::Allocate(size->dataSize)) return 0;
     AstcRows rows(LevelEntry_GetBytes(level), target.width, target.height, footprint);
     const int result = Payload_TakeRows(target, rows, size->dataSize, kRgbaBytes);
     return result == 0 && rows.IsRefused() ? Payload_MakeBlank(target, kRgbaBytes) : result;

@@ -55,11 +55,11 @@ bool Surface_SetLayout(DecodeSurface& surface, std::uint32_t width, std::uint32_
 std::uint32_t Surface_GetTargetBytes(const DecodeSurface& surface) noexcept {
     switch (surface.wantedForm) {
         case RecordForm::Rgb:
+        case RecordForm::HeaderOnly:
             return kRgbBytes;
         case RecordForm::Rgba:
             return kRgbaBytes;
         case RecordForm::Unknown:
-        case RecordForm::HeaderOnly:
             break;
     }
     return surface.bytesPerPixel;
@@ -73,7 +73,7 @@ bool Surface_AllocateBlack(DecodeSurface& surface) noexcept {
     // Black that is all zeros costs no memory until it is read.
     if (Surface_GetTargetBytes(surface) == kRgbBytes) return Surface_AllocateZeroed(surface);
     if (!Surface_AllocatePixels(surface)) return false;
-    if (surface.wantedForm != RecordForm::HeaderOnly) Surface_FillBlack(surface, 0);
+    Surface_FillBlack(surface, 0);
     return true;
 }
 

@@ -13,7 +13,7 @@ enum class RecordForm : std::uint8_t {
     Unknown,
     Rgb,
     Rgba,
-    HeaderOnly,  ///< A record without pixels.
+    HeaderOnly,  ///< A record without pixels, that fails as one of RGB does.
 };
 
 /// One per container format, static. Rows are packed: stride = width * bytesPerPixel.

@@ -3,7 +3,7 @@
 #include <array>
 #include <atomic>
 
-#if defined(KORU_X86_KERNELS) && defined(_MSC_VER) && !defined(__clang__)
+#if defined(KORU_X86_KERNELS) && defined(_MSC_VER)
 #include <immintrin.h>
 #include <intrin.h>
 #endif
@@ -18,7 +18,7 @@ constexpr std::array<KernelLevel, kKernelLevelCount> kLevels{KernelLevel::Scalar
 
 std::size_t CountRunnable() noexcept { return 1; }
 
-#elif defined(_MSC_VER) && !defined(__clang__)
+#elif defined(_MSC_VER)
 
 /// The wide registers count only where the system keeps them across switches of threads.
 std::size_t CountRunnable() noexcept {
@@ -46,7 +46,7 @@ std::size_t CountRunnable() noexcept {
 
 #endif
 
-/// Formats may be loaded in threads of their own, so the choice is made once, whoever comes first.
+/// Made on first use, in whatever thread that is.
 std::atomic<KernelLevel>& GetChoice() noexcept {
     static std::atomic<KernelLevel> choice{KernelLevel_GetRunnable().back()};
     return choice;

@@ -7,9 +7,12 @@
 namespace koru {
 namespace {
 
-/// A smaller payload is copied: that costs less than what becomes of a buffer with a file around
-/// it.
-constexpr std::uint32_t kHandedOverBytes = 64u << 10;
+/// Whether a file is kept for its payload. A small payload is copied, which costs less; so is one
+/// that is the smaller part of its file, since all of it would stay until the next load.
+constexpr bool IsWorthKeeping(std::uint32_t fileBytes, std::uint32_t payloadBytes) noexcept {
+    constexpr std::uint32_t kLarge = 64u << 10;
+    return payloadBytes >= kLarge && payloadBytes >= fileBytes / 2;
+}
 
 }  // namespace
 
@@ -51,7 +54,7 @@ int LevelEntry_SkipPayload(LevelEntry& entry, const SourceBuffer& source, std::u
 int LevelEntry_ReadPayload(LevelEntry& entry, SourceBuffer& source, std::uint32_t byteCount,
                            std::uint32_t width, std::uint32_t height) noexcept {
     if (byteCount > Source_GetRemaining(source)) return 0;
-    if (source.owned && byteCount >= kHandedOverBytes) {
+    if (source.owned && IsWorthKeeping(source.owned.Size(), byteCount)) {
         entry.dataOffset = source.offset;
         entry.data = std::move(source.owned);
         entry.byteSize = byteCount;
@@ -71,10 +74,9 @@ std::span<const std::uint8_t> LevelEntry_GetBytes(const LevelEntry& entry) noexc
 
 ByteBuffer LevelEntry_TakeData(LevelEntry& entry) noexcept {
     ByteBuffer data = std::move(entry.data);
-    if (entry.dataOffset != 0) {
+    if (entry.dataOffset != 0)
         std::memmove(data.Data(), data.Data() + entry.dataOffset, entry.byteSize);
-        data.Shrink(entry.byteSize);
-    }
+    data.Shrink(entry.byteSize);
     entry.byteSize = 0;
     entry.dataOffset = 0;
     return data;

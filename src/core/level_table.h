@@ -36,9 +36,9 @@ void LevelTable_Release(LevelTable& table) noexcept;
 [[nodiscard]] int LevelEntry_SetSize(LevelEntry& entry, std::uint32_t byteCount) noexcept;
 
 /// Replaces the payload by the next `byteCount` bytes of the source, and sets the entry's
-/// extents: 1. A large payload that the source owns goes over to the entry with all that is around
-/// it, and the source is left empty; others are copied. 0 if the source has fewer bytes, for a
-/// count of 0, or without memory.
+/// extents: 1. A large payload that the source owns, and that is at least half of it, goes over to
+/// the entry with all that is around it, and the source is left empty; others are copied. 0 if the
+/// source has fewer bytes, for a count of 0, or without memory.
 [[nodiscard]] int LevelEntry_ReadPayload(LevelEntry& entry, SourceBuffer& source,
                                          std::uint32_t byteCount, std::uint32_t width,
                                          std::uint32_t height) noexcept;

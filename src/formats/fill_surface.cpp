@@ -188,8 +188,12 @@ int Surface_FillFromRows(DecodeSurface& surface, RowDecoder& decoder, std::uint3
     const std::uint64_t decodedBytes = std::uint64_t{decoder.rowBytes} * decoder.rowCount;
     if (decodedBytes == 0 || Expand_IsRefused(sourceSize, bitsPerPixel, member))
         return Surface_AllocateBlack(surface) ? 1 : 0;
-    if (surface.wantedForm == RecordForm::HeaderOnly)
-        return Surface_AllocatePixels(surface) ? 1 : 0;
+    if (surface.wantedForm == RecordForm::HeaderOnly) {
+        if (!Surface_AllocatePixels(surface)) return 0;
+        if (decoder.CanDecode()) return 1;
+        surface.pixels.Reset();
+        return 0;
+    }
 
     const PackedPixels packed{.data = nullptr,
                               .size = sourceSize,

@@ -17,6 +17,10 @@ class RowDecoder {
     std::uint32_t rowCount = 0;
     std::uint32_t rowStep = 1;  ///< Pieces begin and end at multiples of it, or at the image's end.
 
+    /// Whether decoding has what it needs besides memory for rows. A load that wants no pixels asks
+    /// this instead of decoding.
+    virtual bool CanDecode() noexcept { return true; }
+
     /// Decodes so many rows to `target`, packed; false if the image cannot be decoded after all.
     virtual bool DecodeRows(std::uint32_t firstRow, std::uint32_t count,
                             std::uint8_t* target) noexcept = 0;

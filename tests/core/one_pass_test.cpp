@@ -1,5 +1,6 @@
 // Loads of every block format, of sizes that take several pieces, against the steps they stand for:
-// the image decoded as a whole into a surface, then finished.
+// the surface filled in its own layout, then finished; where that takes pieces, too, against the
+// image decoded as a whole, expanded and finished.
 #include <gtest/gtest.h>
 #include <korutex.h>
 
@@ -8,8 +9,10 @@
 
 #include "astc/astc_reader.h"
 #include "astc_builder.h"
+#include "blocks/etc_decoder.h"
 #include "core/image.h"
 #include "core/load_sequence.h"
+#include "formats/expand.h"
 #include "ktx/ktx_reader.h"
 #include "ktx/ktx_state.h"
 #include "ktx_builder.h"
@@ -113,6 +116,42 @@ TEST(OnePass, GivesWhatTheStepsGive) {
             }
         }
         surface.reservedB = 0;
+    }
+}
+
+struct WholeCase {
+    std::uint32_t code;
+    std::uint32_t bitsPerPixel;  ///< As expansion counts the decoded bytes.
+    std::uint32_t rowWidth;
+};
+
+// Rows that count otherwise than they are decoded: padded ones of three bytes, 16-bit samples.
+TEST(OnePass, EqualsWholeImagesWhereRowsAreNotWhatCounts) {
+    for (const WholeCase& test : {WholeCase{0x9270, 8, kWidth}, WholeCase{0x9271, 8, kWidth + 2},
+                                  WholeCase{0x9274, 24, kWidth}, WholeCase{0x8D64, 24, kWidth}}) {
+        const Bytes blocks = MakeBlocks(kBlocks, 8);
+        ByteBuffer decoded;
+        std::uint32_t format = 0, internalFormat = 0, type = 0;
+        ASSERT_EQ(Etc_DecodeImage(blocks.data(), test.code, test.rowWidth, kHeight, decoded, format,
+                                  internalFormat, type, 0, 1),
+                  kEtcSuccess);
+        const std::uint32_t counted = test.rowWidth * kHeight * test.bitsPerPixel / 8;
+        const Bytes file =
+            Ktx1Builder().Compressed(test.code).Size(test.rowWidth, kHeight).Level(blocks).Build();
+        for (const std::uint32_t flags : {0u, std::uint32_t{KORU_FLAG_RGBA}}) {
+            DecodeSurface surface;
+            ASSERT_TRUE(Surface_SetLayout(surface, test.rowWidth, kHeight, 3));
+            ASSERT_TRUE(Surface_AllocateBlack(surface));
+            ASSERT_EQ(ExpandPackedPixels(
+                          surface, Packed_FromBuffer(decoded, counted, test.bitsPerPixel), {}),
+                      1);
+            const ImageHandle expected = Image_FromSurface(surface, flags);
+            g_ktxState.surface.reservedB = 0;
+            const ImageHandle actual = Load_FromMemory(
+                kKtxFormat, file.data(), static_cast<std::uint32_t>(file.size()), flags);
+            ASSERT_NE(actual, nullptr);
+            EXPECT_TRUE(GetPixels(actual) == GetPixels(expected)) << test.code << ' ' << flags;
+        }
     }
 }
 

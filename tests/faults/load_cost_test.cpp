@@ -500,6 +500,20 @@ TEST(LoadCost, ValidFilesCostTheirBytesTheRecordAndPieces) {
     }
 }
 
+// In KTX files an ASTC image needs memory for RGBA pixels, whatever its record takes.
+TEST(LoadCost, AstcInKtxAsksForAnRgbaImage) {
+    constexpr std::uint32_t kHuge = 8184;
+    constexpr std::size_t kHugePixels = std::size_t{kHuge} * kHuge;
+    const NamedFile file{"ASTC", &kKtx,
+                         Ktx1Builder()
+                             .Compressed(0x93BD)
+                             .Size(kHuge, kHuge)
+                             .Level(Bytes(kHugePixels / 144 * 16))
+                             .Build()};
+    ASSERT_LT(3 * kHugePixels + kContext, 4 * kHugePixels);
+    EXPECT_GE(MeasureLoad(file, KORU_FLAG_HEADER_ONLY, true), 4 * kHugePixels);
+}
+
 // A record without pixels costs none: they are asked for, but not touched, and the payload is not
 // copied.
 TEST(LoadCost, HeaderOnlyLoadsTouchNoPixels) {
