@@ -102,7 +102,7 @@ struct Conversion {
 /// How many rows make a piece.
 std::uint32_t CountPieceRows(const DecodeSurface& surface, std::uint64_t sourceStride,
                              std::uint32_t rowStep) noexcept {
-    const std::uint64_t rowBytes = std::max<std::uint64_t>(sourceStride, surface.stride);
+    const std::uint64_t rowBytes = std::max<std::uint64_t>({sourceStride, surface.stride, 1});
     const std::uint64_t rows = kPieceBytes / rowBytes / rowStep * rowStep;
     return static_cast<std::uint32_t>(
         std::clamp<std::uint64_t>(rows, rowStep, std::max(surface.height, rowStep)));

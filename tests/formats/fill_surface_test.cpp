@@ -223,6 +223,17 @@ TEST(FillSurface, ADecoderThatFailsLeavesNoPixels) {
     }
 }
 
+TEST(FillSurface, AnImageOfNoWidthHasNoPixels) {
+    const Bytes bytes(16, 1);
+    for (const RecordForm form : {RecordForm::Unknown, RecordForm::Rgb, RecordForm::Rgba}) {
+        DecodeSurface surface = MakeSurface({0, 4}, 4, form);
+        const PackedPixels packed{
+            .data = bytes.data(), .size = 16, .readable = 16, .bitsPerPixel = 32};
+        EXPECT_EQ(Surface_FillFromMemory(surface, packed, {}, ExpandMember::Ktx), 0);
+        EXPECT_FALSE(surface.pixels);
+    }
+}
+
 // A surface that fits 32 bits while its record does not.
 TEST(FillSurface, ARecordThatDoesNotFitHasNoPixels) {
     for (const RecordForm form : {RecordForm::Rgba, RecordForm::Rgb}) {
