@@ -71,7 +71,7 @@ step "Linux, release"
 check release "Linux, release"
 
 step "Lint"
-list_sources 'src/*.cpp' 'tools/*.cpp' | grep -v '_windows\.cpp$' |
+list_sources 'src/*.cpp' 'tools/*.cpp' 'integrations/*.cpp' | grep -v -e '_windows\.cpp$' -e '^integrations/wic/' |
     xargs -n 4 -P "$jobs" clang-tidy-14 --quiet -p build/release 2> /dev/null
 echo "clang-tidy: no finding"
 

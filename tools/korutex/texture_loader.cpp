@@ -10,6 +10,7 @@
 #include "file_error.h"
 #include "host_paths.h"
 #include "load_diagnosis.h"
+#include "texture_decoder.h"
 
 namespace koru_host {
 namespace {
@@ -39,11 +40,10 @@ std::vector<std::uint8_t> Texture_ReadBytes(const fs::path& path, std::uint64_t 
     return bytes;
 }
 
-using MemoryLoader = KORU_Image*(const std::uint8_t*, std::uint32_t, std::uint32_t);
-
-ImageHandle Texture_CallLoader(MemoryLoader& load, std::span<const std::uint8_t> bytes) {
-    return ImageHandle(
-        load(bytes.data(), static_cast<std::uint32_t>(bytes.size()), KORU_FLAG_RGBA));
+ImageHandle Texture_DecodeBytes(std::span<const std::uint8_t> bytes) {
+    const LibraryDoors doors{KORU_Load_ASTC_From_Memory, KORU_Load_KTX_From_Memory,
+                             KORU_Load_PVR_From_Memory, KORU_Delete_Image};
+    return ImageHandle(Texture_Decode(doors, bytes));
 }
 
 /// The library opens ASTC files itself: all that is said of them is in their first bytes.
@@ -51,29 +51,7 @@ ImageHandle Texture_LoadAstc(const TextureFile& file) {
     if (const auto name = Paths_ToLibrary(file.path)) {
         return ImageHandle(KORU_Load_ASTC_From_File(name->c_str(), KORU_FLAG_RGBA));
     }
-    return Texture_CallLoader(KORU_Load_ASTC_From_Memory,
-                              Texture_ReadBytes(file.path, file.fileBytes));
-}
-
-/// Whether pixels of fewer than four channels may have brought alpha: after a load with alpha, the
-/// library keeps what it leaves out otherwise.
-bool Texture_MayHaveStrayAlpha(const TextureFile& file) {
-    if (!file.pvr || !file.pvr->facts) return false;
-    const koru::PvrPixelWay& way = file.pvr->facts->way;
-    return way.way == koru::PvrWay::Packed && way.componentCount < 4;
-}
-
-void Texture_MakeOpaque(KORU_Image& image) {
-    for (std::size_t i = 3; i < image.dataSize; i += 4) image.pixels[i] = 255;
-}
-
-ImageHandle Texture_LoadPvr(TextureFile& file, std::span<const std::uint8_t> bytes) {
-    file.pvr = Pvr_Inspect(bytes);
-    ImageHandle image = Texture_CallLoader(KORU_Load_PVR_From_Memory, bytes);
-    if (image != nullptr && image->pixels != nullptr && Texture_MayHaveStrayAlpha(file)) {
-        Texture_MakeOpaque(*image);
-    }
-    return image;
+    return Texture_DecodeBytes(Texture_ReadBytes(file.path, file.fileBytes));
 }
 
 ImageHandle Texture_LoadPng(TextureFile& file, std::span<const std::uint8_t> bytes) {
@@ -92,21 +70,22 @@ ImageHandle Texture_Call(TextureFile& file) {
     switch (file.container) {
         case Container::WrappedKtx:
             file.wrapper = Wrapper_Inspect(bytes);
-            return Texture_CallLoader(KORU_Load_KTX_From_Memory, bytes);
+            break;
         case Container::Ktx1:
         case Container::Ktx2:
             file.ktx = Ktx_Inspect(bytes);
-            return Texture_CallLoader(KORU_Load_KTX_From_Memory, bytes);
+            break;
         case Container::Pvr3:
         case Container::PvrLegacy:
-            return Texture_LoadPvr(file, bytes);
+            file.pvr = Pvr_Inspect(bytes);
+            break;
         case Container::Png:
             return Texture_LoadPng(file, bytes);
         case Container::Astc:
         case Container::Unknown:
             break;
     }
-    return nullptr;
+    return Texture_DecodeBytes(bytes);
 }
 
 }  // namespace
