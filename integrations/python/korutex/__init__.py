@@ -13,6 +13,7 @@ from ._errors import DecodeError, Error, LibraryNotFoundError, UnsupportedFileEr
 from ._image import Image
 from ._loading import load, probe, read_size
 from ._record import HEADER_ONLY, RGB, RGBA
+from ._writing import write_ktx, write_pvr
 
 __version__ = "0.1.0"
 
@@ -29,4 +30,6 @@ __all__ = [
     "load",
     "probe",
     "read_size",
+    "write_ktx",
+    "write_pvr",
 ]

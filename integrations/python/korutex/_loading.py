@@ -43,7 +43,7 @@ def load(source: Source, flags: int = RGBA) -> Image:
         raise ValueError(f"flags are RGB, RGBA and HEADER_ONLY, not {flags:#x}")
     if isinstance(source, (str, os.PathLike)):
         return _load_path(_paths.get_text(source), flags)
-    return _load_contents(source, flags, _MEMORY_NAME)
+    return load_contents(source, flags, _MEMORY_NAME)
 
 
 def read_size(source: Source) -> tuple[int, int]:
@@ -122,12 +122,13 @@ def _load_path(path: str, flags: int) -> Image:
         container = _identify(head, name)
         path_units = _paths.to_library(path)
         if path_units is None:
-            return _load_contents(head + file.read(), flags, name)
+            return load_contents(head + file.read(), flags, name)
         result = get_library().load_file(container.family, path_units, flags)
     return _finish(result, container, head, size, flags, name)
 
 
-def _load_contents(source: ReadableBuffer, flags: int, name: str) -> Image:
+def load_contents(source: ReadableBuffer, flags: int, name: str) -> Image:
+    """As `load`, for the contents of a file that messages shall call `name`."""
     _refuse_other_objects(source)
     with borrow(source) as contents:
         _check_size(contents.size, name)
