@@ -7,6 +7,7 @@ import re
 import shutil
 import subprocess
 import sys
+from pathlib import Path
 
 import pytest
 from conftest import PACKAGE_FOLDER, PROJECT, SAMPLES
@@ -75,3 +76,28 @@ def test_pip_installs_it(tmp_path, run_python):
     assert sorted(os.listdir(installed.parent / f"korutex-{korutex.__version__}.dist-info"))
     files = {path.name for path in PACKAGE_FOLDER.iterdir() if path.is_file()}
     assert {path.name for path in installed.iterdir() if path.is_file()} == files
+
+
+@pytest.mark.skipif("KORUTEX_INSTALL_SCRIPT" not in os.environ, reason="nothing is installed")
+def test_cmake_installs_it(tmp_path, run_python):
+    """With a link that leads to the library beside it, also when the tree is moved."""
+    first, moved = tmp_path / "first", tmp_path / "moved here"
+    script = os.environ["KORUTEX_INSTALL_SCRIPT"]
+    subprocess.run(
+        [os.environ["KORUTEX_CMAKE"], f"-DCMAKE_INSTALL_PREFIX={first}", "-P", script],
+        check=True,
+        capture_output=True,
+    )
+    (package,) = first.rglob("korutex")
+    files = {path.name for path in PACKAGE_FOLDER.iterdir() if path.is_file()}
+    assert {path.name for path in package.iterdir()} == files | {"libkorutex_64.so"}
+    # The library itself is installed by another script.
+    library = Path(os.path.normpath(package / os.readlink(package / "libkorutex_64.so")))
+    assert library.is_relative_to(first)
+    library.parent.mkdir(parents=True, exist_ok=True)
+    shutil.copy(os.environ["KORUTEX_LIBRARY"], library)
+    first.rename(moved)
+    folder = moved / package.parent.relative_to(first)
+    code = "import korutex, sys; print(korutex.__file__, korutex.load(sys.argv[1]).size)"
+    output = run_python(code, SAMPLES[0], KORUTEX_LIBRARY="", PYTHONPATH=str(folder)).stdout
+    assert output == f"{folder}/korutex/__init__.py {korutex.read_size(SAMPLES[0])}\n"
