@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import importlib.util
 import os
 import re
 import shutil
@@ -42,17 +43,19 @@ def test_types(tmp_path):
     )
     for command in (["mypy"], ["mypy", "--strict", "user.py"], ["mypy", "--python-version=3.9"]):
         process = subprocess.run(
-            [*command, "--cache-dir", tmp_path / "cache"], cwd=tmp_path, capture_output=True, text=True
+            [*command, "--cache-dir", tmp_path / "cache"],
+            cwd=tmp_path,
+            capture_output=True,
+            text=True,
         )
         assert process.returncode == 0, process.stdout
 
 
 @pytest.mark.skipif(
-    subprocess.run([sys.executable, "-c", "import ensurepip, setuptools, wheel"],
-                   capture_output=True).returncode != 0,
+    any(importlib.util.find_spec(name) is None for name in ("ensurepip", "setuptools", "wheel")),
     reason="needs venv, setuptools and wheel",
 )
-def test_pip_installs_it(tmp_path, run_python):
+def test_pip_installs_it(tmp_path):
     source = tmp_path / "source"
     shutil.copytree(PACKAGE_FOLDER, source / "korutex")
     shutil.copy(PACKAGE_FOLDER.parent / "pyproject.toml", source)
@@ -66,14 +69,14 @@ def test_pip_installs_it(tmp_path, run_python):
 
     run(sys.executable, "-m", "venv", "--system-site-packages", environment)
     python = environment / "bin" / "python"
-    options = ["--no-index", "--no-build-isolation", "--no-cache-dir", "--disable-pip-version-check"]
-    run(python, "-m", "pip", "install", *options, source)
+    options = ["--no-index", "--no-build-isolation", "--no-cache-dir"]
+    run(python, "-m", "pip", "--disable-pip-version-check", "install", *options, source)
     code = "import korutex, sys; print(korutex.__file__, korutex.load(sys.argv[1]).size)"
     output = run(python, "-c", code, SAMPLES[0])
     assert output.startswith(str(environment))
     assert output.endswith(f"{korutex.read_size(SAMPLES[0])}\n")
     (installed,) = environment.glob("lib/*/site-packages/korutex")
-    assert sorted(os.listdir(installed.parent / f"korutex-{korutex.__version__}.dist-info"))
+    assert (installed.parent / f"korutex-{korutex.__version__}.dist-info").is_dir()
     files = {path.name for path in PACKAGE_FOLDER.iterdir() if path.is_file()}
     assert {path.name for path in installed.iterdir() if path.is_file()} == files
 

@@ -16,14 +16,16 @@ from texture_files import make_ktx1, make_pixels, make_pvr3, make_pvr_legacy
 
 SIZE = 8
 PAYLOAD = bytes(random.Random(3).randrange(256) for _ in range(SIZE * SIZE * 4))
-NAMES = [b"rgba", b"bgra", b"rgbx", b"rgb\\0", b"bgr\\0", b"r\\0\\0\\0", b"g\\0\\0\\0", b"b\\0\\0\\0",
-         b"a\\0\\0\\0", b"l\\0\\0\\0", b"rg\\0\\0", b"la\\0\\0", b"argb", bytes(4)]
+NAMES = [name.ljust(4, b"\\0") for name in (
+    b"rgba", b"bgra", b"rgbx", b"rgb", b"bgr", b"r", b"g", b"b", b"a", b"l",
+    b"rg", b"la", b"argb", b"")]
 WIDTHS = [(8, 8, 8, 8), (8, 8, 8, 0), (10, 10, 10, 2), (11, 11, 10, 0), (4, 4, 4, 4), (5, 6, 5, 0),
           (5, 5, 5, 0), (5, 5, 5, 1), (8, 0, 0, 0), (1, 2, 3, 4)]
 LEGACY_TYPES = [0, 1, 9, *range(10, 38), *range(53, 58), 80, 128, 255]
 files = [make_pvr3(SIZE, SIZE, PAYLOAD, names, bytes(widths))
          for names, widths in itertools.product(NAMES, WIDTHS)]
-files += [make_pvr3(SIZE, SIZE, PAYLOAD, bytes([number, 0, 0, 0]), bytes(4)) for number in range(28)]
+files += [make_pvr3(SIZE, SIZE, PAYLOAD, bytes([number, 0, 0, 0]), bytes(4))
+          for number in range(28)]
 files += [make_pvr_legacy(SIZE, SIZE, pixel_type, PAYLOAD) for pixel_type in LEGACY_TYPES]
 files += [make_ktx1(SIZE, SIZE, PAYLOAD[: SIZE * SIZE * 3], channels=3)]
 

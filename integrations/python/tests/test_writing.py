@@ -27,7 +27,8 @@ def expect_ktx(width, height, channels, pixels):
     payload = pad_rows(pixels, width * channels)
     return (
         KTX1_MAGIC
-        + struct.pack("<13I", 0x04030201, 0x1401, 1, base, base, base, width, height, 0, 0, 1, 1, 28)
+        + struct.pack("<6I", 0x04030201, 0x1401, 1, base, base, base)
+        + struct.pack("<7I", width, height, 0, 0, 1, 1, 4 + len(ORIENTATION))
         + struct.pack("<I", 23)
         + ORIENTATION
         + struct.pack("<I", len(payload))
@@ -110,7 +111,10 @@ def list_sources(pixels: bytes, channels: int):
         "korutex": korutex.load(make_ktx1(6, 5, pixels, channels), 2 if channels == 4 else 0),
         "interface of an address": by_address,
         "interface of bytes": ArrayInterface(
-            shape=(5, 6, channels), data=b"abc" + pixels, offset=3, strides=(6 * channels, channels, 1)
+            shape=(5, 6, channels),
+            data=b"abc" + pixels,
+            offset=3,
+            strides=(6 * channels, channels, 1),
         ),
     }
 
