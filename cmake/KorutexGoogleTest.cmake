@@ -1,6 +1,5 @@
-# GoogleTest as GTest::gtest, GTest::gtest_main, GTest::gmock and GTest::gmock_main, and the function
-# that adds a test program. Built from sources where they are at hand: that works for every target
-# system and sanitizer.
+# GoogleTest as GTest::gtest and GTest::gtest_main, and the function that adds a test program. Built
+# from sources where they are at hand: that works for every target system and sanitizer.
 
 set(KORUTEX_GOOGLETEST_SOURCE_DIR "/usr/src/googletest" CACHE PATH
     "Sources of GoogleTest; without a CMakeLists.txt there: find_package(GTest)")
@@ -8,7 +7,7 @@ set(KORUTEX_GOOGLETEST_SOURCE_DIR "/usr/src/googletest" CACHE PATH
 if(NOT TARGET GTest::gtest_main)
   if(EXISTS "${KORUTEX_GOOGLETEST_SOURCE_DIR}/CMakeLists.txt")
     set(INSTALL_GTEST OFF)
-    set(BUILD_GMOCK ON)
+    set(BUILD_GMOCK OFF)
     set(BUILD_SHARED_LIBS OFF)
     set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
     set(CMAKE_SUPPRESS_DEVELOPER_WARNINGS ON)
@@ -16,7 +15,7 @@ if(NOT TARGET GTest::gtest_main)
     unset(CMAKE_SUPPRESS_DEVELOPER_WARNINGS)
     unset(CMAKE_POLICY_DEFAULT_CMP0077)
     unset(BUILD_SHARED_LIBS)
-    foreach(_target gtest gtest_main gmock gmock_main)
+    foreach(_target gtest gtest_main)
       target_compile_features(${_target} PUBLIC cxx_std_14)
       korutex_compile_quickly(${_target})
       if(KORUTEX_SANITIZE)
@@ -45,8 +44,25 @@ function(korutex_add_test name)
   else()
     target_link_libraries(${name} PRIVATE korutex_objects)
   endif()
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest_main)
+  korutex_precompile_test(${name})
   add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS})
+endfunction()
+
+# korutex_precompile_test(TARGET)
+#
+# Lets a target that is compiled like korutex_test_support share its precompiled headers. Tests only:
+# a file of the library must not see what it does not include.
+function(korutex_precompile_test target)
+  if(KORUTEX_PRECOMPILE_TESTS)
+    target_precompile_headers(${target} REUSE_FROM korutex_test_support)
+    # They know nothing of C, and nothing of the library's own files that are compiled once more.
+    get_target_property(_sources ${target} SOURCES)
+    list(FILTER _sources INCLUDE REGEX "(\\.c|/src/.*\\.cpp)$")
+    if(_sources)
+      set_source_files_properties(${_sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+    endif()
+  endif()
 endfunction()
 
 # korutex_test_kernels(NAME LEVEL...)
@@ -56,8 +72,6 @@ endfunction()
 function(korutex_test_kernels name)
   foreach(level IN LISTS ARGN)
     add_test(NAME ${name}_${level} COMMAND ${name} --kernels=${level})
-    # Programs that write their results at the same time would overwrite each other's.
-    set_tests_properties(${name}_${level} PROPERTIES SKIP_RETURN_CODE 77 RESOURCE_LOCK ${name})
+    set_tests_properties(${name}_${level} PROPERTIES SKIP_RETURN_CODE 77)
   endforeach()
-  set_tests_properties(${name} PROPERTIES RESOURCE_LOCK ${name})
 endfunction()

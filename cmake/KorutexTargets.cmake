@@ -25,9 +25,16 @@ endfunction()
 
 # For test programs: they are compiled far more often than they run long, and optimising them is most
 # of a build's time. Behind the build type's own flags, so these count; a Debug build keeps its -O0.
+set(KORUTEX_QUICK_OPTIONS)
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT MSVC)
+  set(KORUTEX_QUICK_OPTIONS $<$<CONFIG:Release,MinSizeRel>:-O1> $<$<CONFIG:RelWithDebInfo>:-Og;-g1>)
+endif()
 function(korutex_compile_quickly target)
-  if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT MSVC)
-    target_compile_options(${target} PRIVATE
-      $<$<CONFIG:Release,MinSizeRel>:-O1> $<$<CONFIG:RelWithDebInfo>:-Og;-g1>)
-  endif()
+  target_compile_options(${target} PRIVATE ${KORUTEX_QUICK_OPTIONS})
+endfunction()
+
+# The same for single files of a program, given as in its list: those that run once and take long to
+# compile because of the headers that they need.
+function(korutex_compile_files_quickly)
+  set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS "${KORUTEX_QUICK_OPTIONS}")
 endfunction()
