@@ -55,8 +55,9 @@ Result Loader_Guard(Result failure, GError** error, Body&& body) noexcept {
 std::optional<TextureBytes> Loader_ReadStream(std::FILE* stream, GError** error) {
     TextureBytes file;
     struct stat facts {};
-    if (fstat(fileno(stream), &facts) == 0 && S_ISREG(facts.st_mode)) {
-        file.Expect(static_cast<std::uint64_t>(facts.st_size));
+    if (fstat(fileno(stream), &facts) == 0 && S_ISREG(facts.st_mode) &&
+        !file.Expect(static_cast<std::uint64_t>(facts.st_size), error)) {
+        return std::nullopt;
     }
     std::array<std::uint8_t, 65536> piece;
     while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream)) {

@@ -15,8 +15,9 @@ inline constexpr std::size_t kMaxFileBytes = G_MAXUINT32;
 
 class TextureBytes {
   public:
-    /// Makes room for a file of so many bytes; a hint, and so never more than kMaxFileBytes.
-    void Expect(std::uint64_t byteCount);
+    /// Makes room for a file of so many bytes. Beyond kMaxFileBytes it is refused as by Append.
+    /// Throws std::bad_alloc.
+    [[nodiscard]] bool Expect(std::uint64_t byteCount, GError** error);
 
     /// Adds the next bytes. What is no texture is refused as soon as its first bytes tell, with a
     /// GDK_PIXBUF_ERROR in `error`, and so is a file beyond kMaxFileBytes.
