@@ -5,10 +5,6 @@
 #include <atomic>
 #include <thread>
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/allocator_interface.h>
-#endif
-
 #include "loader_story.h"
 #include "pvr_builder.h"
 #include "wrapper_builder.h"
@@ -55,10 +51,11 @@ TEST(PixbufPictures, WrappedKtxWithAnyName) {
 TEST(PixbufPictures, TexturesWithOtherNames) {
     const TempFolder folder;
     for (const fs::path& sample : Test_ListSamples()) {
+        const std::optional<Picture> expected = Test_ConvertTexture(sample);
         for (const char* name : {"texture", "texture.png", "texture.pvr", "texture.txt"}) {
             SCOPED_TRACE(testing::Message() << sample << " as " << name);
             fs::copy_file(sample, folder / name, fs::copy_options::overwrite_existing);
-            EXPECT_EQ(Test_OpenPicture(folder / name), Test_ConvertTexture(sample));
+            EXPECT_EQ(Test_OpenPicture(folder / name), expected);
         }
     }
 }
@@ -126,14 +123,10 @@ TEST(PixbufPictures, LoadFromManyThreads) {
     EXPECT_EQ(wrong, 0);
 }
 
-/// Bytes that are allocated and not freed.
+/// Bytes that are allocated and not freed. 0 with a sanitizer, which looks for leaks itself.
 std::size_t Test_GetLiveBytes() {
-#if defined(__SANITIZE_ADDRESS__)
-    return __sanitizer_get_current_allocated_bytes();
-#else
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
-#endif
 }
 
 TEST(PixbufPictures, LoadsLeaveNothingBehind) {
