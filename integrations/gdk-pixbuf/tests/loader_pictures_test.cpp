@@ -100,8 +100,9 @@ TEST(PixbufPictures, PngStaysWithGdkPixbuf) {
 TEST(PixbufPictures, LoadFromManyThreads) {
     constexpr std::size_t kThreadCount = 8;
     constexpr int kRounds = 12;
-    std::vector<fs::path> samples = Test_ListSamples();
+    const std::vector<fs::path> samples = Test_ListSamples();
     std::vector<Picture> expected;
+    expected.reserve(samples.size());
     for (const fs::path& sample : samples) {
         expected.push_back(Test_ConvertTexture(sample).value_or(Picture{}));
     }

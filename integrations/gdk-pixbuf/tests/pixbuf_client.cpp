@@ -47,6 +47,7 @@ std::optional<Picture> Test_ConvertTexture(const fs::path& path) {
 ProgramEnd Test_RunProgram(const std::vector<std::string>& arguments) {
     std::vector<std::string> copies = arguments;
     std::vector<char*> words;
+    words.reserve(copies.size() + 1);
     for (std::string& copy : copies) words.push_back(copy.data());
     words.push_back(nullptr);
     GError* problem = nullptr;
