@@ -4,6 +4,7 @@ build_packages=(cmake ninja-build g++ pkg-config libastcenc-dev liblz4-dev libcl
                 nlohmann-json3-dev libstb-dev)
 test_packages=(abigail-tools astcenc binutils bsdutils clang-format-14 clang-tidy-14 git googletest python3
                valgrind)
+gdk_pixbuf_packages=(libgdk-pixbuf-2.0-dev libgdk-pixbuf2.0-bin shared-mime-info)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64 wine64-tools libwine-dev)
 python_packages=(mypy python3-numpy python3-pil python3-pytest python3-setuptools python3-venv python3-wheel)
 bench_packages=(astcenc libbenchmark-dev)

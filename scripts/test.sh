@@ -91,7 +91,7 @@ trap clean_up EXIT
 
 step "Packages"
 install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" \
-    "${python_packages[@]}"
+    "${gdk_pixbuf_packages[@]}" "${python_packages[@]}"
 
 step "Layout"
 list_sources '*.cpp' '*.h' '*.c' | xargs clang-format-14 --dry-run -Werror
