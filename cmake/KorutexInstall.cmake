@@ -34,3 +34,15 @@ if(TARGET korutex_program)
     set_target_properties(korutex_program PROPERTIES INSTALL_RPATH "$ORIGIN/${_korutex_rpath}")
   endif()
 endif()
+
+# A ZIP is unpacked into a folder of its own, so the documents lie at its top.
+set(_korutex_documents "${CMAKE_INSTALL_DOCDIR}")
+if(WIN32)
+  set(_korutex_documents .)
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  DESTINATION "${_korutex_documents}")
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(KorutexPackages)
+endif()
