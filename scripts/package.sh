@@ -6,7 +6,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 . scripts/packages.sh
 
-install_missing "${build_packages[@]}" "${desktop_packages[@]}" "${package_packages[@]}"
+install_missing "${build_packages[@]}" "${gdk_pixbuf_packages[@]}" "${package_packages[@]}"
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

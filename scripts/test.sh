@@ -91,14 +91,16 @@ trap clean_up EXIT
 
 step "Packages"
 install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" \
-    "${gdk_pixbuf_packages[@]}" "${python_packages[@]}"
+    "${gdk_pixbuf_packages[@]}" "${python_packages[@]}" \
+    "${package_packages[@]}" "${package_test_packages[@]}"
 
 step "Layout"
 list_sources '*.cpp' '*.h' '*.c' | xargs clang-format-14 --dry-run -Werror
 echo "clang-format: $(list_sources '*.cpp' '*.h' '*.c' | wc -l) files"
 
 step "Linux, release; lint in the background"
-quietly cmake --preset release -DKORUTEX_BUILD_TESTS=ON
+# The prefix of packages, one of which is made of this build.
+quietly cmake --preset release -DKORUTEX_BUILD_TESTS=ON -DCMAKE_INSTALL_PREFIX=/usr
 start_lint
 check release "Linux, release"
 

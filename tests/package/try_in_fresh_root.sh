@@ -41,6 +41,10 @@ done
 check "PVR files have a MIME type" grep -q '^image/x-pvr$' /usr/share/mime/types
 check "and a thumbnailer" grep -q 'image/x-pvr' /usr/share/thumbnailers/*.thumbnailer
 
+# As if a program had imported the package.
+mkdir /usr/lib/python3/dist-packages/korutex/__pycache__
+touch /usr/lib/python3/dist-packages/korutex/__pycache__/__init__.cpython-311.pyc
+
 apt-get purge -y -qq korutex
 take_inventory > after.txt
 check "nothing is left of it" diff -u before.txt after.txt
