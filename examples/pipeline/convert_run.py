@@ -70,6 +70,8 @@ def convert_tree(options: argparse.Namespace, engine: Engine) -> int:
                 return _Run(options, manifest).convert(engine)
             finally:
                 shutil.rmtree(part, ignore_errors=True)
+    except Stopped as stop:  # before the first file, or again
+        return 128 + stop.number
     except Busy:
         _complain("another run is at work in this target")
         return EXIT_USAGE

@@ -43,7 +43,7 @@ def convert_files(source: str, target: str, part: str, paths: list[str]) -> list
     def write_picture(path: str, picture_path: str) -> None:
         temporary = os.path.join(part, uuid.uuid4().hex)
         with korutex.load(os.path.join(source, path), flags=korutex.RGBA) as image:
-            picture = Image.fromarray(numpy.asarray(image), image.mode)
+            picture = Image.fromarray(numpy.asarray(image))
             try:
                 with open(temporary, "xb") as file:
                     picture.save(file, "PNG")
@@ -64,8 +64,11 @@ def convert_files(source: str, target: str, part: str, paths: list[str]) -> list
             result |= {"size": status.st_size, "mtime_ns": status.st_mtime_ns}
             write_picture(path, os.path.join(target, path + ".png"))
             result |= {"status": "ok", "reason": ""}
+        except ImportError:
+            raise  # no file would do better
         except Exception as error:  # whatever it is, the other files go on
             reason = getattr(error, "strerror", None) or str(error) or type(error).__name__
+            reason = reason.removeprefix(os.path.join(source, path) + ": ")
             result |= {"status": "failed", "reason": reason}
         results.append(result | {"seconds": round(time.monotonic() - started, 6)})
     return results

@@ -62,7 +62,7 @@ class Manifest:
         for line in self._file:
             try:
                 result = Result.from_line(line)
-            except ValueError:
+            except (ValueError, RecursionError):
                 continue  # torn by a kill
             self._results[result.path] = result
         if not line.endswith(b"\n"):

@@ -40,15 +40,15 @@ def find_textures(
     Links to files count as files. Links to folders are walked with `follow_links` only, and never
     into a folder that the walk is in. A folder that cannot be read goes to `on_error`.
     """
-    left_out = _identity(target)
+    left_out = _identity(target) if os.path.exists(target) else None
     stack: list[tuple[str, tuple[tuple[int, int], ...]]] = [("", ())]
     while stack:
         folder, parents = stack.pop()
         try:
             here = _identity(os.path.join(source, folder))
-            if here is None or here in parents or (folder and here == left_out):
+            if here in parents or (folder and here == left_out):
                 continue
-            with os.scandir(os.path.join(source, folder) or ".") as entries:
+            with os.scandir(os.path.join(source, folder)) as entries:
                 children = sorted(entries, key=lambda entry: entry.name)
         except OSError as error:
             on_error(folder or ".", error)
@@ -91,9 +91,6 @@ def _is_folder(entry: os.DirEntry[str], follow_links: bool) -> bool:
         return False  # a link to itself
 
 
-def _identity(folder: str) -> tuple[int, int] | None:
-    try:
-        status = os.stat(folder or ".")
-    except FileNotFoundError:
-        return None  # gone since it was listed, or a target that is still to be made
+def _identity(folder: str) -> tuple[int, int]:
+    status = os.stat(folder)
     return status.st_dev, status.st_ino

@@ -1,0 +1,163 @@
+"""Trees to convert, the two engines as commands, and a cluster that many tests share."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import time
+import uuid
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+PIPELINE = Path(__file__).resolve().parents[1]
+SAMPLES = PIPELINE.parents[1] / "samples"
+PROGRAM = os.environ.get("KORUTEX_PROGRAM") or shutil.which("korutex") or "korutex"
+
+sys.path.insert(0, str(PIPELINE))
+
+#: In the environment of everything that a test starts, so that what it leaves behind is found.
+MARK = f"korutex-pipeline-test-{uuid.uuid4().hex}"
+
+
+class Engine:
+    """One of the drivers. `fast` are options that spare a test the cluster's start."""
+
+    def __init__(self, name: str, *fast: str) -> None:
+        self.name = name
+        self.fast = fast
+        self.script = PIPELINE / f"convert_tree_{name}.py"
+        self.two_workers = ["--workers", "2"] if name == "dask" else ["-j", "2"]
+
+    def start(
+        self, *arguments: str | Path, environment: dict[str, str] | None = None
+    ) -> subprocess.Popen[str]:
+        command = [sys.executable, self.script, *arguments]
+        if self.name == "parallel":
+            command += ["--korutex", PROGRAM]
+        return start(command, environment)
+
+    def run(
+        self, *arguments: str | Path, environment: dict[str, str] | None = None
+    ) -> subprocess.CompletedProcess[str]:
+        process = self.start(*arguments, environment=environment)
+        try:
+            output, errors = process.communicate(timeout=120)
+        finally:
+            process.kill()
+        return subprocess.CompletedProcess(process.args, process.returncode, output, errors)
+
+
+def start(
+    command: list[str | Path], environment: dict[str, str] | None = None
+) -> subprocess.Popen[str]:
+    return subprocess.Popen(
+        command,
+        env={**os.environ, "PIPELINE_TEST": MARK, **(environment or {})},
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        encoding="utf-8",
+        start_new_session=True,
+    )
+
+
+def find_processes() -> list[int]:
+    """Everything that the tests have started and that still runs."""
+    found = []
+    for entry in os.listdir("/proc"):
+        try:
+            if entry.isdigit() and MARK.encode() in Path(f"/proc/{entry}/environ").read_bytes():
+                found.append(int(entry))
+        except OSError:
+            pass
+    return found
+
+
+def wait_until_gone(allowed: set[int], seconds: float = 30) -> list[int]:
+    """The processes that do not end by themselves."""
+    end = time.monotonic() + seconds
+    while (left := [p for p in find_processes() if p not in allowed]) and time.monotonic() < end:
+        time.sleep(0.05)
+    return left
+
+
+def write_pvr(path: Path, width: int, height: int, pixels: bytes) -> None:
+    """A PVR file of version 3 with 8-bit RGBA."""
+    form = struct.unpack("<Q", b"rgba\x08\x08\x08\x08")[0]
+    header = struct.pack(
+        "<IIQIIIIIIIII", 0x03525650, 0, form, 0, 0, height, width, 1, 1, 1, 1, 0
+    )
+    path.write_bytes(header + pixels)
+
+
+@pytest.fixture(autouse=True)
+def nothing_left_behind() -> Iterator[None]:
+    before = set(find_processes())
+    yield
+    left = wait_until_gone(before)
+    for process in left:
+        os.kill(process, signal.SIGKILL)
+    assert not left, f"{len(left)} processes were left behind"
+
+
+@pytest.fixture(scope="session")
+def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
+    """The address of a scheduler with a worker of two threads, as a user would start them."""
+    folder = tmp_path_factory.mktemp("cluster")
+    file = folder / "scheduler.json"
+    options = ["--no-dashboard", "--scheduler-file", str(file)]
+    processes = [
+        start(["dask-scheduler", "--host", "127.0.0.1", "--port", "0", *options]),
+        start(
+            ["dask-worker", *options, "--nthreads", "2", "--local-directory", str(folder)],
+            {"DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES": "0"},
+        ),
+    ]
+    try:
+        end = time.monotonic() + 60
+        while not file.exists() or not file.read_text().strip():
+            assert time.monotonic() < end and processes[0].poll() is None, "no scheduler"
+            time.sleep(0.05)
+        import json
+
+        yield json.loads(file.read_text())["address"]
+    finally:
+        for process in reversed(processes):
+            process.terminate()
+            try:
+                process.communicate(timeout=30)
+            except subprocess.TimeoutExpired:
+                os.killpg(process.pid, signal.SIGKILL)
+                process.communicate()
+
+
+@pytest.fixture(params=["dask", "parallel"])
+def engine(request: pytest.FixtureRequest) -> Engine:
+    """Each driver as a user starts it, with two workers of its own."""
+    return Engine(request.param)
+
+
+@pytest.fixture(params=["dask", "parallel"])
+def quick_engine(request: pytest.FixtureRequest) -> Engine:
+    """Each driver; Dask with the workers that all tests share."""
+    if request.param == "parallel":
+        return Engine("parallel", "-j", "2")
+    return Engine("dask", "--scheduler", request.getfixturevalue("scheduler"))
+
+
+counts = {"passed": 0, "failed": 0, "skipped": 0}
+
+
+def pytest_runtest_logreport(report: pytest.TestReport) -> None:
+    if report.when == "call" or report.outcome != "passed":
+        counts[report.outcome] += 1
+
+
+def pytest_unconfigure(config: pytest.Config) -> None:
+    print("{passed} passed, {failed} failed, {skipped} skipped".format(**counts))
