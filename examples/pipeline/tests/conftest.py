@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 import shutil
 import signal
@@ -21,8 +22,9 @@ PROGRAM = os.environ.get("KORUTEX_PROGRAM") or shutil.which("korutex") or "korut
 
 sys.path.insert(0, str(PIPELINE))
 
-#: In the environment of everything that a test starts, so that what it leaves behind is found.
-MARK = f"korutex-pipeline-test-{uuid.uuid4().hex}"
+#: In the environment of everything that is started, so that what is left behind is found.
+MARK = f"pipeline-test-{uuid.uuid4().hex}"
+CLUSTER_MARK = f"pipeline-cluster-{uuid.uuid4().hex}"
 
 
 class Engine:
@@ -67,24 +69,26 @@ def start(
     )
 
 
-def find_processes() -> list[int]:
+def find_processes(mark: str = MARK) -> list[int]:
     """Everything that the tests have started and that still runs."""
     found = []
     for entry in os.listdir("/proc"):
         try:
-            if entry.isdigit() and MARK.encode() in Path(f"/proc/{entry}/environ").read_bytes():
+            if entry.isdigit() and mark.encode() in Path(f"/proc/{entry}/environ").read_bytes():
                 found.append(int(entry))
         except OSError:
             pass
     return found
 
 
-def wait_until_gone(allowed: set[int], seconds: float = 30) -> list[int]:
-    """The processes that do not end by themselves."""
+def check_all_gone(mark: str = MARK, seconds: float = 30) -> None:
+    """Waits for the processes to end by themselves, and ends those that do not."""
     end = time.monotonic() + seconds
-    while (left := [p for p in find_processes() if p not in allowed]) and time.monotonic() < end:
+    while (left := find_processes(mark)) and time.monotonic() < end:
         time.sleep(0.05)
-    return left
+    for process in left:
+        os.kill(process, signal.SIGKILL)
+    assert not left, f"{len(left)} processes were left behind"
 
 
 def write_pvr(path: Path, width: int, height: int, pixels: bytes) -> None:
@@ -98,12 +102,8 @@ def write_pvr(path: Path, width: int, height: int, pixels: bytes) -> None:
 
 @pytest.fixture(autouse=True)
 def nothing_left_behind() -> Iterator[None]:
-    before = set(find_processes())
     yield
-    left = wait_until_gone(before)
-    for process in left:
-        os.kill(process, signal.SIGKILL)
-    assert not left, f"{len(left)} processes were left behind"
+    check_all_gone()
 
 
 @pytest.fixture(scope="session")
@@ -113,19 +113,17 @@ def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
     file = folder / "scheduler.json"
     options = ["--no-dashboard", "--scheduler-file", str(file)]
     processes = [
-        start(["dask-scheduler", "--host", "127.0.0.1", "--port", "0", *options]),
-        start(
+        start(command, {"PIPELINE_TEST": CLUSTER_MARK})
+        for command in (
+            ["dask-scheduler", "--host", "127.0.0.1", "--port", "0", *options],
             ["dask-worker", *options, "--nthreads", "2", "--local-directory", str(folder)],
-            {"DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES": "0"},
-        ),
+        )
     ]
     try:
         end = time.monotonic() + 60
         while not file.exists() or not file.read_text().strip():
             assert time.monotonic() < end and processes[0].poll() is None, "no scheduler"
             time.sleep(0.05)
-        import json
-
         yield json.loads(file.read_text())["address"]
     finally:
         for process in reversed(processes):
@@ -133,8 +131,8 @@ def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
             try:
                 process.communicate(timeout=30)
             except subprocess.TimeoutExpired:
-                os.killpg(process.pid, signal.SIGKILL)
-                process.communicate()
+                process.kill()
+        check_all_gone(CLUSTER_MARK)
 
 
 @pytest.fixture(params=["dask", "parallel"])
