@@ -12,6 +12,7 @@ import argparse
 import contextlib
 import itertools
 import os
+import signal
 import sys
 from collections.abc import Generator, Iterator
 from typing import Any
@@ -143,25 +144,30 @@ def results_of(
 def connect(options: argparse.Namespace) -> Iterator[Client]:
     """A client of the scheduler that was named, or of workers that end with it."""
     with contextlib.ExitStack() as stack:
-        where = options.scheduler
-        if where is None:
-            dask.config.set({"distributed.scheduler.allowed-failures": options.allowed_failures})
-            where = stack.enter_context(
-                LocalCluster(
-                    n_workers=options.workers,
-                    threads_per_worker=1,  # the library runs one call at a time in a process
-                    processes=True,
-                    dashboard_address=None,
-                    local_directory=os.path.join(options.target, PART_FOLDER),
-                    silence_logs="CRITICAL",
-                )
-            )
+        where = options.scheduler or stack.enter_context(start_cluster(options))
         try:
             client = stack.enter_context(Client(where, timeout=options.timeout))
             client.wait_for_workers(1, timeout=options.timeout)
         except (OSError, ValueError) as error:
             raise convert_run.CannotRun(f"no workers at {where}: {error}") from None
         yield client
+
+
+def start_cluster(options: argparse.Namespace) -> LocalCluster:
+    dask.config.set({"distributed.scheduler.allowed-failures": options.allowed_failures})
+    # What starts while Ctrl-C is blocked does not get it: the workers' end is this program's task.
+    signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    try:
+        return LocalCluster(
+            n_workers=options.workers,
+            threads_per_worker=1,  # the library runs one call at a time in a process
+            processes=True,
+            dashboard_address=None,
+            local_directory=os.path.join(options.target, PART_FOLDER),
+            silence_logs="CRITICAL",
+        )
+    finally:
+        signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGINT})
 
 
 def main() -> int:

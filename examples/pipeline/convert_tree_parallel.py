@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import argparse
+import math
 import os
 import shutil
 import subprocess
@@ -21,20 +22,28 @@ BATCH_PROGRAM = os.path.join(os.path.dirname(os.path.abspath(__file__)), "conver
 def convert_with_parallel(
     options: argparse.Namespace, textures: Iterator[Texture]
 ) -> Generator[Result, None, None]:
-    """The engine: hands null-separated paths to GNU parallel, reads manifest lines from it."""
+    """The engine: in batches; then, each alone, what was in batches that died."""
     todo = {texture.path: texture for texture in textures}
-    if not todo:
-        return
+    for batch_size in (options.batch, 1):
+        if todo:
+            yield from run_parallel(options, todo, batch_size)
+    for texture in todo.values():
+        yield make_result(texture, "its worker died", 0)
+
+
+def run_parallel(
+    options: argparse.Namespace, todo: dict[str, Texture], batch_size: int
+) -> Generator[Result, None, None]:
+    """Hands null-separated paths to GNU parallel, reads manifest lines from it. What has a result
+    leaves `todo`."""
     todo_file = os.path.join(options.target, PART_FOLDER, "todo")
     with open(todo_file, "wb") as file:
         file.writelines(os.fsencode(path) + b"\0" for path in todo)
-
     command = [
         *("parallel", "--plain", "--will-cite"),  # as written here, whatever the user has set up
         *("--null", "--arg-file", todo_file),
         *("--jobs", str(options.jobs)),
-        *("--max-args", str(min(options.batch, -(-len(todo) // options.jobs)))),
-        *("--retries", "2"),  # for batches that died; a bad texture is no failure of its batch
+        *("--max-args", str(min(batch_size, math.ceil(len(todo) / options.jobs)))),
         "--line-buffer",
         *("--quote", sys.executable, "-ES", BATCH_PROGRAM),  # and then the paths
     ]
@@ -63,8 +72,6 @@ def convert_with_parallel(
             parallel.terminate()  # only if it still runs; it ends its batches
     if code not in range(102):  # up to there it counts the batches that died
         raise convert_run.CannotRun(f"GNU parallel failed with exit code {code}")
-    for texture in todo.values():
-        yield make_result(texture, "its batch died twice", 0)
 
 
 def main() -> int:

@@ -39,8 +39,8 @@ class Engine:
     def start(
         self, *arguments: str | Path, environment: dict[str, str] | None = None
     ) -> subprocess.Popen[str]:
-        command = [sys.executable, self.script, *arguments]
-        if self.name == "parallel":
+        command: list[str | Path] = [sys.executable, self.script, *arguments]
+        if self.name == "parallel" and "--korutex" not in arguments:
             command += ["--korutex", PROGRAM]
         return start(command, environment)
 

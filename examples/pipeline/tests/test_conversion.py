@@ -212,12 +212,12 @@ def test_source_and_target_may_be_one_inside_the_other(
     quick_engine: Engine, tmp_path: Path
 ) -> None:
     shutil.copy(SAMPLES / "testcard-rgb8.ktx", tmp_path / "a.ktx")
-    for source, target in ((".", "."), (".", "out"), (".", "out/deeper")):
+    for source, target in ((".", "."), (".", "out")):
         for expected in ("1 converted, 0 failed, 0 unchanged\n", "0 converted, 0 failed, 1 unchanged\n"):
             run = quick_engine.run(tmp_path / source, tmp_path / target, *quick_engine.fast)
             assert (run.returncode, run.stdout) == (0, expected)
     made = sorted(str(path.relative_to(tmp_path)) for path in tmp_path.rglob("*.png"))
-    assert made == ["a.ktx.png", "out/a.ktx.png", "out/deeper/a.ktx.png"]
+    assert made == ["a.ktx.png", "out/a.ktx.png"]
 
 
 def test_what_cannot_run_says_so(quick_engine: Engine, tmp_path: Path) -> None:
