@@ -61,7 +61,8 @@ check() {
 trap '[ ! -x build/windows/run_wine.sh ] || build/windows/run_wine.sh --stop' EXIT
 
 step "Packages"
-install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}"
+install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" \
+    "${python_packages[@]}"
 
 step "Layout"
 list_sources '*.cpp' '*.h' '*.c' | xargs clang-format-14 --dry-run -Werror

@@ -114,12 +114,16 @@ class Image:
         shape = (self._height, self._width, self._channels)
         return self._view_flat().cast("B", shape)
 
-    def _view_flat(self) -> memoryview:
+    def _get_memory(self) -> ctypes.Array[ctypes.c_ubyte]:
+        """The object that owns the pixels."""
         if self._is_closed:
             raise ValueError(f"{self._name}: the image is closed")
         if self._pixels is None:
             raise ValueError(f"{self._name}: the image was loaded without pixels")
-        return memoryview(self._pixels).cast("B")
+        return self._pixels
+
+    def _view_flat(self) -> memoryview:
+        return memoryview(self._get_memory()).cast("B")
 
     def __buffer__(self, flags: int) -> memoryview:
         return self.pixels

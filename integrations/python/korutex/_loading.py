@@ -65,7 +65,7 @@ def probe(source: Source) -> Optional[str]:
         with _open_regular(_paths.get_text(source)) as file:
             container = identify(file.read(HEAD_BYTES))
     else:
-        _refuse_other_objects(source)
+        _check_contents(source)
         container = identify(read_head(source))
     return container.name if container else None
 
@@ -80,23 +80,18 @@ def _open_regular(path: str) -> BinaryIO:
     return open(path, "rb")
 
 
-def _refuse_other_objects(source: object) -> None:
-    if hasattr(source, "read") and not _has_buffer(source):
-        raise TypeError(
-            "korutex takes a path or the contents of a file, not a file object: pass its read()"
-        )
-    if not _has_buffer(source):
-        raise TypeError(
-            "korutex takes a path or a bytes-like object, not " + type(source).__name__
-        )
-
-
-def _has_buffer(source: object) -> bool:
+def _check_contents(source: object) -> None:
     try:
-        memoryview(source).release()  # type: ignore[arg-type]
+        view = memoryview(source)  # type: ignore[arg-type]
     except TypeError:
-        return False
-    return True
+        hint = ", not a file object: pass its read()" if hasattr(source, "read") else ""
+        raise TypeError(
+            "korutex takes a path or the contents of a file as a bytes-like object"
+            + (hint or f", not {type(source).__name__}")
+        ) from None
+    with view:
+        if not view.c_contiguous:
+            raise BufferError("the contents of a file must be contiguous")
 
 
 def _check_size(size: int, name: str) -> None:
@@ -129,7 +124,7 @@ def _load_path(path: str, flags: int) -> Image:
 
 def load_contents(source: ReadableBuffer, flags: int, name: str) -> Image:
     """As `load`, for the contents of a file that messages shall call `name`."""
-    _refuse_other_objects(source)
+    _check_contents(source)
     with borrow(source) as contents:
         _check_size(contents.size, name)
         head = read_head(source)

@@ -43,7 +43,8 @@ def to_pillow(image: Texture) -> Image.Image:
     """
     # The mode's own layout, as in files; no padding, rows from top to bottom.
     layout = ("raw", image.mode, 0, 1)
-    return Image.frombuffer(image.mode, image.size, image._view_flat(), *layout)
+    # Decoders of RGB take no memoryview; the object behind it they do.
+    return Image.frombuffer(image.mode, image.size, image._get_memory(), *layout)
 
 
 class _TextureImageFile(ImageFile.ImageFile):
