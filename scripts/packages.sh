@@ -6,6 +6,7 @@ test_packages=(abigail-tools astcenc binutils bsdutils clang-format-14 clang-tid
                valgrind)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64 wine64-tools libwine-dev)
 python_packages=(mypy python3-numpy python3-pil python3-pytest python3-setuptools python3-venv python3-wheel)
+pipeline_packages=(parallel python3-distributed python3-numpy python3-pil python3-pytest)
 bench_packages=(astcenc libbenchmark-dev)
 fuzz_packages=(clang-14 libclang-rt-14-dev llvm-14)
 coverage_packages=(gcovr)

@@ -62,7 +62,7 @@ trap '[ ! -x build/windows/run_wine.sh ] || build/windows/run_wine.sh --stop' EX
 
 step "Packages"
 install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" \
-    "${python_packages[@]}"
+    "${python_packages[@]}" "${pipeline_packages[@]}"
 
 step "Layout"
 list_sources '*.cpp' '*.h' '*.c' | xargs clang-format-14 --dry-run -Werror

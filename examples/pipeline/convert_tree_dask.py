@@ -15,6 +15,7 @@ import os
 import signal
 import sys
 from collections.abc import Generator, Iterator
+from multiprocessing import resource_tracker
 from typing import Any
 
 import dask
@@ -59,7 +60,7 @@ def convert_files(source: str, target: str, part: str, paths: list[str]) -> list
     results = []
     for path in paths:
         started = time.monotonic()
-        result = {"path": path, "result": path + ".png", "size": None, "mtime_ns": None}
+        result: dict[str, Any] = {"path": path, "result": path + ".png", "size": None, "mtime_ns": None}
         try:
             status = os.stat(os.path.join(source, path))
             result |= {"size": status.st_size, "mtime_ns": status.st_mtime_ns}
@@ -88,9 +89,10 @@ def convert_with_dask(
 
         def submit(batch: list[Texture]) -> Future:
             paths = [texture.path for texture in batch]
-            return client.submit(
+            future: Future = client.submit(
                 convert_files, options.source, options.target, part, paths, pure=False
             )
+            return future
 
         batches = iter(lambda: list(itertools.islice(textures, options.batch)), [])
         window = TASKS_PER_THREAD * sum(client.nthreads().values())
@@ -156,13 +158,17 @@ def connect(options: argparse.Namespace) -> Iterator[Client]:
 def start_cluster(options: argparse.Namespace) -> LocalCluster:
     dask.config.set({"distributed.scheduler.allowed-failures": options.allowed_failures})
     # What starts while Ctrl-C is blocked does not get it: the workers' end is this program's task.
+    resource_tracker.ensure_running()  # when it starts, it ends the blocking
     signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
     try:
         return LocalCluster(
             n_workers=options.workers,
             threads_per_worker=1,  # the library runs one call at a time in a process
             processes=True,
-            dashboard_address=None,
+            # Without these, what is left of the dashboards listens on fixed and on public ports.
+            dashboard_address="127.0.0.1:0",
+            worker_dashboard_address="127.0.0.1:0",
+            scheduler_kwargs={"dashboard": False},
             local_directory=os.path.join(options.target, PART_FOLDER),
             silence_logs="CRITICAL",
         )

@@ -11,10 +11,11 @@ import subprocess
 import sys
 import time
 import uuid
-from collections.abc import Iterator
+from collections.abc import Iterator, Sequence
 from pathlib import Path
 
 import pytest
+from _pytest.terminal import TerminalReporter
 
 PIPELINE = Path(__file__).resolve().parents[1]
 SAMPLES = PIPELINE.parents[1] / "samples"
@@ -56,7 +57,7 @@ class Engine:
 
 
 def start(
-    command: list[str | Path], environment: dict[str, str] | None = None
+    command: Sequence[str | Path], environment: dict[str, str] | None = None
 ) -> subprocess.Popen[str]:
     return subprocess.Popen(
         command,
@@ -111,11 +112,12 @@ def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
     """The address of a scheduler with a worker of two threads, as a user would start them."""
     folder = tmp_path_factory.mktemp("cluster")
     file = folder / "scheduler.json"
+    loopback = ["--host", "127.0.0.1", "--port", "0", "--dashboard-address", "127.0.0.1:0"]
     options = ["--no-dashboard", "--scheduler-file", str(file)]
     processes = [
         start(command, {"PIPELINE_TEST": CLUSTER_MARK})
         for command in (
-            ["dask-scheduler", "--host", "127.0.0.1", "--port", "0", *options],
+            ["dask-scheduler", *loopback, *options],
             ["dask-worker", *options, "--nthreads", "2", "--local-directory", str(folder)],
         )
     ]
@@ -149,13 +151,10 @@ def quick_engine(request: pytest.FixtureRequest) -> Engine:
     return Engine("dask", "--scheduler", request.getfixturevalue("scheduler"))
 
 
-counts = {"passed": 0, "failed": 0, "skipped": 0}
+def pytest_terminal_summary(terminalreporter: TerminalReporter) -> None:
+    def count(*outcomes: str) -> int:
+        return sum(len(terminalreporter.getreports(outcome)) for outcome in outcomes)
 
-
-def pytest_runtest_logreport(report: pytest.TestReport) -> None:
-    if report.when == "call" or report.outcome != "passed":
-        counts[report.outcome] += 1
-
-
-def pytest_unconfigure(config: pytest.Config) -> None:
-    print("{passed} passed, {failed} failed, {skipped} skipped".format(**counts))
+    terminalreporter.write_line(
+        f"{count('passed')} passed, {count('failed', 'error')} failed, {count('skipped')} skipped"
+    )
