@@ -104,6 +104,10 @@ class _Run:
                 self.show_progress()
         except Stopped as stop:
             stopped_by = signal.Signals(stop.number)
+        except CannotRun:
+            if self.converted:
+                self.print_summary(None)
+            raise
         finally:
             results.close()
         self.print_summary(stopped_by)

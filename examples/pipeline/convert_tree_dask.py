@@ -11,10 +11,12 @@ from __future__ import annotations
 import argparse
 import contextlib
 import itertools
+import logging
 import os
 import signal
 import sys
 from collections.abc import Generator, Iterator
+from concurrent.futures import CancelledError
 from multiprocessing import resource_tracker
 from typing import Any
 
@@ -122,11 +124,13 @@ def results_of(
 ) -> Iterator[Result]:
     """The results of a finished task. Raises CannotRun when other tasks would fail as well."""
     if error is None:
-        for fields in future.result():
+        try:
+            fields_of_files = future.result()
+        except CancelledError:
+            raise convert_run.CannotRun("the scheduler has gone away") from None
+        for fields in fields_of_files:
             yield Result(**fields)
         return
-    if future.cancelled():
-        raise convert_run.CannotRun("the scheduler has gone away")
     if isinstance(error, ImportError):
         raise convert_run.CannotRun(f"a worker lacks a package: {error}")
     reason = "its worker died" if isinstance(error, KilledWorker) else repr(error)
@@ -145,6 +149,8 @@ def results_of(
 @contextlib.contextmanager
 def connect(options: argparse.Namespace) -> Iterator[Client]:
     """A client of the scheduler that was named, or of workers that end with it."""
+    for name in ("distributed", "distributed.client"):
+        logging.getLogger(name).setLevel(logging.CRITICAL)  # what matters is told here
     with contextlib.ExitStack() as stack:
         where = options.scheduler or stack.enter_context(start_cluster(options))
         try:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import json
 import os
 import shutil
@@ -107,18 +108,18 @@ def nothing_left_behind() -> Iterator[None]:
     check_all_gone()
 
 
-@pytest.fixture(scope="session")
-def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
-    """The address of a scheduler with a worker of two threads, as a user would start them."""
-    folder = tmp_path_factory.mktemp("cluster")
+@contextlib.contextmanager
+def run_cluster(folder: Path) -> Iterator[tuple[str, subprocess.Popen[str]]]:
+    """A scheduler and a worker of two threads, as a user would start them: address and process."""
     file = folder / "scheduler.json"
     loopback = ["--host", "127.0.0.1", "--port", "0", "--dashboard-address", "127.0.0.1:0"]
     options = ["--no-dashboard", "--scheduler-file", str(file)]
+    of_worker = ["--nthreads", "2", "--local-directory", str(folder), "--death-timeout", "2"]
     processes = [
         start(command, {"PIPELINE_TEST": CLUSTER_MARK})
         for command in (
             ["dask-scheduler", *loopback, *options],
-            ["dask-worker", *options, "--nthreads", "2", "--local-directory", str(folder)],
+            ["dask-worker", *options, *of_worker],
         )
     ]
     try:
@@ -126,7 +127,7 @@ def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
         while not file.exists() or not file.read_text().strip():
             assert time.monotonic() < end and processes[0].poll() is None, "no scheduler"
             time.sleep(0.05)
-        yield json.loads(file.read_text())["address"]
+        yield json.loads(file.read_text())["address"], processes[0]
     finally:
         for process in reversed(processes):
             process.terminate()
@@ -134,7 +135,14 @@ def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
                 process.communicate(timeout=30)
             except subprocess.TimeoutExpired:
                 process.kill()
-        check_all_gone(CLUSTER_MARK)
+
+
+@pytest.fixture(scope="session")
+def scheduler(tmp_path_factory: pytest.TempPathFactory) -> Iterator[str]:
+    """The address of one for all tests."""
+    with run_cluster(tmp_path_factory.mktemp("cluster")) as (address, _):
+        yield address
+    check_all_gone(CLUSTER_MARK)
 
 
 @pytest.fixture(params=["dask", "parallel"])

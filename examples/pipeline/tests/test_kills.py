@@ -10,7 +10,7 @@ import time
 from pathlib import Path
 
 import pytest
-from conftest import PROGRAM, SAMPLES, Engine, check_all_gone
+from conftest import PROGRAM, SAMPLES, Engine, check_all_gone, run_cluster
 from PIL import Image
 from test_conversion import read_manifest, read_picture
 
@@ -25,10 +25,11 @@ def make_many(source: Path) -> None:
 
 
 def start_and_wait_for_results(
-    engine: Engine, source: Path, target: Path
+    engine: Engine, source: Path, target: Path, *options: str
 ) -> subprocess.Popen[str]:
     """Returns when a few files are done and many are not."""
-    process = engine.start(source, target, *engine.two_workers, "--batch", "2")
+    options = options or tuple(engine.two_workers)
+    process = engine.start(source, target, *options, "--batch", "2")
     manifest = target / "manifest.jsonl"
     end = time.monotonic() + 60
     while not manifest.exists() or manifest.read_bytes().count(b"\n") < 6:
@@ -91,6 +92,20 @@ def test_a_stopped_run_tells_how_far_it_came(
     assert errors == ""
     assert 6 <= done < COUNT
     assert ".korutex-part" not in os.listdir(target)
+
+
+def test_a_scheduler_that_goes_away_ends_the_run(tmp_path: Path) -> None:
+    source, target = tmp_path / "source", tmp_path / "target"
+    make_many(source)
+    with run_cluster(tmp_path) as (address, scheduler):
+        process = start_and_wait_for_results(
+            Engine("dask"), source, target, "--scheduler", address, "--timeout", "20"
+        )
+        scheduler.kill()
+        output, errors = process.communicate(timeout=60)
+    assert process.returncode == 2
+    assert errors.splitlines()[-1] == "convert_tree_dask.py: the scheduler has gone away"
+    assert output == f"{len(read_manifest(target))} converted, 0 failed, 0 unchanged\n"
 
 
 DEADLY_MODULE = """
