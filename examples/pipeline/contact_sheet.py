@@ -9,7 +9,7 @@ import os
 from PIL import Image, ImageDraw
 
 from convert_run import MANIFEST
-from manifest import Result
+from manifest import Manifest
 from tree import printable
 
 CELL, MARGIN, COLUMNS = (160, 120), 8, 5
@@ -21,9 +21,8 @@ def main() -> None:
     parser.add_argument("sheet", metavar="SHEET", help="the picture to write")
     options = parser.parse_args()
 
-    with open(os.path.join(options.target, MANIFEST), "rb") as manifest:
-        results = {result.path: result for result in map(Result.from_line, manifest)}
-    shown = sorted(r.result for r in results.values() if r.status == "ok")
+    with Manifest(os.path.join(options.target, MANIFEST)) as manifest:
+        shown = sorted(result.result for result in manifest if result.status == "ok")
     rows = -(-len(shown) // COLUMNS)
     step_x, step_y = CELL[0] + MARGIN, CELL[1] + 14 + MARGIN
     sheet = Image.new("RGB", (COLUMNS * step_x + MARGIN, rows * step_y + MARGIN), "white")

@@ -5,6 +5,7 @@ from __future__ import annotations
 import fcntl
 import json
 import os
+from collections.abc import Iterator
 from dataclasses import asdict, dataclass
 from types import TracebackType
 
@@ -72,6 +73,9 @@ class Manifest:
         self._file.write(result.to_line().encode("ascii"))
         self._file.flush()
         self._results[result.path] = result
+
+    def __iter__(self) -> Iterator[Result]:
+        return iter(self._results.values())
 
     def find(self, texture: Texture, target: str) -> Result | None:
         """What an earlier run made of this very input; None if that must be done (again)."""
