@@ -28,18 +28,7 @@ FAILED = re.compile(r"korutex: (?:done/)?(\d+)\.\w+: (?!warning: )(.*)")
 
 
 def convert_batch(textures: list[Texture], target: str, program: str) -> Iterator[Result]:
-    """Converts all; those that a dying program has left are tried again, each alone."""
-    told = set()
-    for result in convert_together(textures, target, program):
-        told.add(result.path)
-        yield result
-    for texture in textures:
-        if texture.path not in told:
-            yield from convert_together([texture], target, program)
-
-
-def convert_together(textures: list[Texture], target: str, program: str) -> Iterator[Result]:
-    """Runs the program once. If it dies over several files, some get no result."""
+    """Runs the program once. If it dies over one of several files, some get no result."""
     part = os.path.join(target, PART_FOLDER)
     with tempfile.TemporaryDirectory(dir=part, ignore_cleanup_errors=True) as stage:
         links = []

@@ -9,6 +9,7 @@ and Pillow.
 from __future__ import annotations
 
 import argparse
+import asyncio
 import contextlib
 import itertools
 import logging
@@ -81,42 +82,52 @@ def convert_files(source: str, target: str, part: str, paths: list[str]) -> list
 def convert_with_dask(
     options: argparse.Namespace, textures: Iterator[Texture]
 ) -> Generator[Result, None, None]:
-    """The engine: a window of tasks that moves over the textures."""
+    """The engine. It starts no workers for nothing."""
     first = list(itertools.islice(textures, 1))
     if not first:
         return
     textures = itertools.chain(first, textures)
-    with connect(options) as client:
-        part = os.path.join(options.target, PART_FOLDER)
+    try:
+        with connect(options) as client:
+            yield from convert_with(client, options, textures)
+    except (CancelledError, asyncio.CancelledError, OSError) as error:
+        raise convert_run.CannotRun("the scheduler has gone away") from error
 
-        def submit(batch: list[Texture]) -> Future:
-            paths = [texture.path for texture in batch]
-            future: Future = client.submit(
-                convert_files, options.source, options.target, part, paths, pure=False
-            )
-            return future
 
-        batches = iter(lambda: list(itertools.islice(textures, options.batch)), [])
-        window = TASKS_PER_THREAD * sum(client.nthreads().values())
-        running = {submit(batch): batch for batch in itertools.islice(batches, window)}
-        died: list[Texture] = []
-        done = as_completed(list(running))
-        for future in done:
-            batch = running.pop(future)
-            error = future.exception()
-            if isinstance(error, KilledWorker):
-                died += batch
-            else:
-                yield from results_of(future, error, batch)
-            for batch in itertools.islice(batches, 1):
-                future = submit(batch)
-                running[future] = batch
-                done.add(future)
+def convert_with(
+    client: Client, options: argparse.Namespace, textures: Iterator[Texture]
+) -> Iterator[Result]:
+    """The engine's work: a window of tasks that moves over the textures."""
+    part = os.path.join(options.target, PART_FOLDER)
 
-        # Whoever worked beside a deadly file died with it. Alone it shows which file it is.
-        for texture in died:
-            future = submit([texture])
-            yield from results_of(future, future.exception(), [texture])
+    def submit(batch: list[Texture]) -> Future:
+        paths = [texture.path for texture in batch]
+        future: Future = client.submit(
+            convert_files, options.source, options.target, part, paths, pure=False
+        )
+        return future
+
+    batches = iter(lambda: list(itertools.islice(textures, options.batch)), [])
+    window = TASKS_PER_THREAD * sum(client.nthreads().values())
+    running = {submit(batch): batch for batch in itertools.islice(batches, window)}
+    died: list[Texture] = []
+    done = as_completed(list(running))
+    for future in done:
+        batch = running.pop(future)
+        error = future.exception()
+        if isinstance(error, KilledWorker):
+            died += batch
+        else:
+            yield from results_of(future, error, batch)
+        for batch in itertools.islice(batches, 1):
+            future = submit(batch)
+            running[future] = batch
+            done.add(future)
+
+    # Whoever worked beside a deadly file died with it. Alone it shows which file it is.
+    for texture in died:
+        future = submit([texture])
+        yield from results_of(future, future.exception(), [texture])
 
 
 def results_of(
@@ -124,13 +135,11 @@ def results_of(
 ) -> Iterator[Result]:
     """The results of a finished task. Raises CannotRun when other tasks would fail as well."""
     if error is None:
-        try:
-            fields_of_files = future.result()
-        except CancelledError:
-            raise convert_run.CannotRun("the scheduler has gone away") from None
-        for fields in fields_of_files:
+        for fields in future.result():
             yield Result(**fields)
         return
+    if isinstance(error, (CancelledError, asyncio.CancelledError)):
+        raise error
     if isinstance(error, ImportError):
         raise convert_run.CannotRun(f"a worker lacks a package: {error}")
     reason = "its worker died" if isinstance(error, KilledWorker) else repr(error)

@@ -103,7 +103,7 @@ def test_a_scheduler_that_goes_away_ends_the_run(tmp_path: Path) -> None:
         )
         scheduler.kill()
         output, errors = process.communicate(timeout=60)
-    assert process.returncode == 2
+    assert process.returncode == 2, errors
     assert errors.splitlines()[-1] == "convert_tree_dask.py: the scheduler has gone away"
     assert output == f"{len(read_manifest(target))} converted, 0 failed, 0 unchanged\n"
 
