@@ -32,9 +32,11 @@ def may_have_stray_alpha(container: Container, head: bytes) -> bool:
 
 def make_opaque(rgba: memoryview) -> None:
     """Sets every fourth byte; `rgba` is flat."""
-    # Row by row would be many slices; the whole at once would be a quarter of the picture again.
-    step = 1 << 20
+    # A bytearray takes every fourth byte in a tight loop, which a memoryview does not; in pieces
+    # that fit into a cache.
+    step = 1 << 16
     opaque = b"\xff" * (step // 4)
     for start in range(0, len(rgba), step):
-        alpha = rgba[start + 3 : start + step : 4]
-        alpha[:] = opaque[: len(alpha)]
+        piece = bytearray(rgba[start : start + step])
+        piece[3::4] = opaque[: len(piece) // 4]
+        rgba[start : start + step] = piece

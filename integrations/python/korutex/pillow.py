@@ -88,8 +88,6 @@ class _TextureImageFile(ImageFile.ImageFile):
             if image.size != self.size:
                 raise OSError("the file has changed since it was opened")
             self.im = to_pillow(image).im
-        # Pillow copies such memory before it writes to it.
-        self.readonly = 1
         self._is_pending = False
         if self._exclusive_fp and self._close_exclusive_fp_after_loading:
             self.fp.close()

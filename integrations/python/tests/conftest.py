@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import gc
 import os
 import subprocess
 import sys
@@ -73,6 +74,7 @@ def library() -> Iterator[Library]:
 @pytest.fixture
 def deleted(library: Library, monkeypatch: pytest.MonkeyPatch) -> list[int]:
     """The addresses of the records that were freed since."""
+    gc.collect()  # nothing of other tests
     addresses: list[int] = []
     delete = library._delete
 

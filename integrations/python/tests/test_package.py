@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+import importlib.util
 import os
 import re
 import shutil
 import subprocess
 import sys
+from pathlib import Path
 
 import pytest
 from conftest import PACKAGE_FOLDER, PROJECT, SAMPLES
@@ -41,17 +43,19 @@ def test_types(tmp_path):
     )
     for command in (["mypy"], ["mypy", "--strict", "user.py"], ["mypy", "--python-version=3.9"]):
         process = subprocess.run(
-            [*command, "--cache-dir", tmp_path / "cache"], cwd=tmp_path, capture_output=True, text=True
+            [*command, "--cache-dir", tmp_path / "cache"],
+            cwd=tmp_path,
+            capture_output=True,
+            text=True,
         )
         assert process.returncode == 0, process.stdout
 
 
 @pytest.mark.skipif(
-    subprocess.run([sys.executable, "-c", "import ensurepip, setuptools, wheel"],
-                   capture_output=True).returncode != 0,
+    any(importlib.util.find_spec(name) is None for name in ("ensurepip", "setuptools", "wheel")),
     reason="needs venv, setuptools and wheel",
 )
-def test_pip_installs_it(tmp_path, run_python):
+def test_pip_installs_it(tmp_path):
     source = tmp_path / "source"
     shutil.copytree(PACKAGE_FOLDER, source / "korutex")
     shutil.copy(PACKAGE_FOLDER.parent / "pyproject.toml", source)
@@ -65,13 +69,38 @@ def test_pip_installs_it(tmp_path, run_python):
 
     run(sys.executable, "-m", "venv", "--system-site-packages", environment)
     python = environment / "bin" / "python"
-    options = ["--no-index", "--no-build-isolation", "--no-cache-dir", "--disable-pip-version-check"]
-    run(python, "-m", "pip", "install", *options, source)
+    options = ["--no-index", "--no-build-isolation", "--no-cache-dir"]
+    run(python, "-m", "pip", "--disable-pip-version-check", "install", *options, source)
     code = "import korutex, sys; print(korutex.__file__, korutex.load(sys.argv[1]).size)"
     output = run(python, "-c", code, SAMPLES[0])
     assert output.startswith(str(environment))
     assert output.endswith(f"{korutex.read_size(SAMPLES[0])}\n")
     (installed,) = environment.glob("lib/*/site-packages/korutex")
-    assert sorted(os.listdir(installed.parent / f"korutex-{korutex.__version__}.dist-info"))
+    assert (installed.parent / f"korutex-{korutex.__version__}.dist-info").is_dir()
     files = {path.name for path in PACKAGE_FOLDER.iterdir() if path.is_file()}
     assert {path.name for path in installed.iterdir() if path.is_file()} == files
+
+
+@pytest.mark.skipif("KORUTEX_INSTALL_SCRIPT" not in os.environ, reason="nothing is installed")
+def test_cmake_installs_it(tmp_path, run_python):
+    """With a link that leads to the library beside it, also when the tree is moved."""
+    first, moved = tmp_path / "first", tmp_path / "moved here"
+    script = os.environ["KORUTEX_INSTALL_SCRIPT"]
+    subprocess.run(
+        [os.environ["KORUTEX_CMAKE"], f"-DCMAKE_INSTALL_PREFIX={first}", "-P", script],
+        check=True,
+        capture_output=True,
+    )
+    (package,) = first.rglob("korutex")
+    files = {path.name for path in PACKAGE_FOLDER.iterdir() if path.is_file()}
+    assert {path.name for path in package.iterdir()} == files | {"libkorutex_64.so"}
+    # The library itself is installed by another script.
+    library = Path(os.path.normpath(package / os.readlink(package / "libkorutex_64.so")))
+    assert library.is_relative_to(first)
+    library.parent.mkdir(parents=True, exist_ok=True)
+    shutil.copy(os.environ["KORUTEX_LIBRARY"], library)
+    first.rename(moved)
+    folder = moved / package.parent.relative_to(first)
+    code = "import korutex, sys; print(korutex.__file__, korutex.load(sys.argv[1]).size)"
+    output = run_python(code, SAMPLES[0], KORUTEX_LIBRARY="", PYTHONPATH=str(folder)).stdout
+    assert output == f"{folder}/korutex/__init__.py {korutex.read_size(SAMPLES[0])}\n"

@@ -16,14 +16,17 @@ from texture_files import make_ktx1, make_pixels, make_pvr3, make_pvr_legacy
 
 SIZE = 8
 PAYLOAD = bytes(random.Random(3).randrange(256) for _ in range(SIZE * SIZE * 4))
-NAMES = [b"rgba", b"bgra", b"rgbx", b"rgb\\0", b"bgr\\0", b"r\\0\\0\\0", b"g\\0\\0\\0", b"b\\0\\0\\0",
-         b"a\\0\\0\\0", b"l\\0\\0\\0", b"rg\\0\\0", b"la\\0\\0", b"argb", bytes(4)]
+NAMES = [name.ljust(4, b"\\0") for name in (
+    b"rgba", b"bgra", b"rgbx", b"rgb", b"bgr", b"r", b"g", b"b", b"a", b"l",
+    b"rg", b"la", b"argb", b"")]
 WIDTHS = [(8, 8, 8, 8), (8, 8, 8, 0), (10, 10, 10, 2), (11, 11, 10, 0), (4, 4, 4, 4), (5, 6, 5, 0),
-          (5, 5, 5, 0), (5, 5, 5, 1), (8, 0, 0, 0), (8, 8, 0, 0), (1, 2, 3, 4)]
+          (5, 5, 5, 0), (5, 5, 5, 1), (8, 0, 0, 0), (1, 2, 3, 4)]
+LEGACY_TYPES = [0, 1, 9, *range(10, 38), *range(53, 58), 80, 128, 255]
 files = [make_pvr3(SIZE, SIZE, PAYLOAD, names, bytes(widths))
          for names, widths in itertools.product(NAMES, WIDTHS)]
-files += [make_pvr3(SIZE, SIZE, PAYLOAD, bytes([number, 0, 0, 0]), bytes(4)) for number in range(28)]
-files += [make_pvr_legacy(SIZE, SIZE, pixel_type, PAYLOAD) for pixel_type in range(256)]
+files += [make_pvr3(SIZE, SIZE, PAYLOAD, bytes([number, 0, 0, 0]), bytes(4))
+          for number in range(28)]
+files += [make_pvr_legacy(SIZE, SIZE, pixel_type, PAYLOAD) for pixel_type in LEGACY_TYPES]
 files += [make_ktx1(SIZE, SIZE, PAYLOAD[: SIZE * SIZE * 3], channels=3)]
 
 def load(contents, flags):
@@ -70,17 +73,18 @@ print(sum(one != other for one, other in zip(first, later)), sum(one != bytes(32
 def test_no_picture_depends_on_earlier_loads(run_python):
     differing, loaded = map(int, run(run_python, EACH_IN_A_CHILD).split())
     assert differing == 0
-    assert loaded > 200
+    assert loaded > 150
 
 
 def test_the_library_alone_would_show_stray_alpha(run_python):
     """Else the test above could not fail."""
-    code = EACH_IN_A_CHILD.replace(
-        "first =",
-        "import korutex._loading; korutex._loading.make_opaque = lambda pixels: None; first =",
-    )
-    differing, _ = map(int, run(run_python, code).split())
-    assert differing > 0
+    code = (
+        "import korutex._loading\n"
+        "korutex._loading.make_opaque = lambda pixels: None\n"
+        "files = [make_pvr3(SIZE, SIZE, PAYLOAD, b'rgb\\0'), make_ktx1(SIZE, SIZE, PAYLOAD)]\n"
+    ) + EACH_IN_A_CHILD
+    differing, loaded = map(int, run(run_python, code).split())
+    assert (differing, loaded) == (1, 4)
 
 
 def test_alpha_by_order_of_loads(run_python):
@@ -98,7 +102,7 @@ print(before.tobytes() == opaque, after.tobytes() == opaque)
 def test_make_opaque_of_sizes_around_its_step():
     from korutex._stray_alpha import make_opaque
 
-    for size in (4, 8, (1 << 20) - 4, 1 << 20, (1 << 20) + 4, (3 << 20) + 8):
+    for size in (4, 8, (1 << 16) - 4, 1 << 16, (1 << 16) + 4, (3 << 16) + 8):
         pixels = bytearray(b"\1\2\3\4" * (size // 4))
         make_opaque(memoryview(pixels))
         assert pixels == b"\1\2\3\xff" * (size // 4)
