@@ -7,6 +7,7 @@ test_packages=(abigail-tools astcenc binutils bsdutils clang-format-14 clang-tid
 gdk_pixbuf_packages=(libgdk-pixbuf-2.0-dev libgdk-pixbuf2.0-bin shared-mime-info)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64 wine64-tools libwine-dev)
 python_packages=(mypy python3-numpy python3-pil python3-pytest python3-setuptools python3-venv python3-wheel)
+pipeline_packages=(parallel python3-distributed python3-numpy python3-pil python3-pytest)
 package_packages=(dpkg-dev file)
 package_test_packages=(mmdebstrap)
 bench_packages=(astcenc libbenchmark-dev)

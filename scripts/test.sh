@@ -91,7 +91,7 @@ trap clean_up EXIT
 
 step "Packages"
 install_missing "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" \
-    "${gdk_pixbuf_packages[@]}" "${python_packages[@]}" \
+    "${gdk_pixbuf_packages[@]}" "${python_packages[@]}" "${pipeline_packages[@]}" \
     "${package_packages[@]}" "${package_test_packages[@]}"
 
 step "Layout"

@@ -1,0 +1,22 @@
+# korutex_find_python(<variable> <module>...)
+# Finds an interpreter that has the modules: the first one on the PATH may lack what the system's own
+# has. The variable is cached, and empty when there is none.
+function(korutex_find_python variable)
+  if(${variable})
+    return()
+  endif()
+  list(JOIN ARGN ", " modules)
+  find_package(Python3 3.10 COMPONENTS Interpreter QUIET)
+  set(found "")
+  foreach(candidate "${Python3_EXECUTABLE}" /usr/bin/python3 /usr/local/bin/python3)
+    if(NOT found AND EXISTS "${candidate}")
+      execute_process(COMMAND "${candidate}" -c "import ${modules}"
+        RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
+      if(result EQUAL 0)
+        set(found "${candidate}")
+      endif()
+    endif()
+  endforeach()
+  set(${variable} "${found}" CACHE FILEPATH "A Python interpreter with ${modules}" FORCE)
+  mark_as_advanced(${variable})
+endfunction()
