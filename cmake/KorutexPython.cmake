@@ -1,16 +1,16 @@
-# korutex_find_python(<variable> <module>...)
-# Finds an interpreter that has the modules: the first one on the PATH may lack what the system's own
+# korutex_find_python(<variable> <version> <module>...)
+# Finds an interpreter of that version or a later one that has the modules: the first one on the PATH may lack what the system's own
 # has. The variable is cached, and empty when there is none.
-function(korutex_find_python variable)
+function(korutex_find_python variable version)
   if(${variable})
     return()
   endif()
   list(JOIN ARGN ", " modules)
-  find_package(Python3 3.10 COMPONENTS Interpreter QUIET)
+  find_package(Python3 ${version} COMPONENTS Interpreter QUIET)
   set(found "")
   foreach(candidate "${Python3_EXECUTABLE}" /usr/bin/python3 /usr/local/bin/python3)
     if(NOT found AND EXISTS "${candidate}")
-      execute_process(COMMAND "${candidate}" -c "import ${modules}"
+      execute_process(COMMAND "${candidate}" -c "import sys, ${modules}; assert sys.version_info >= tuple(map(int, '${version}'.split('.')))"
         RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
       if(result EQUAL 0)
         set(found "${candidate}")
