@@ -10,8 +10,8 @@ set(CPACK_PACKAGE_VENDOR korutex)
 set(CPACK_PACKAGE_CONTACT "${KORUTEX_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_DESCRIPTION
-  "The library with its header, the program korutex, a Python package, and what lets desktop
-programs open ASTC, KTX and PVR files and show thumbnails of them.")
+  "The library with its header, the program korutex, a Python package, and what
+lets desktop programs open ASTC, KTX and PVR files and show thumbnails of them.")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -26,6 +26,7 @@ elseif(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/KorutexPackageFolders.cmake")
   set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
   set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
   # What the files link to, and the desktop's caches are renewed by triggers of their own packages.

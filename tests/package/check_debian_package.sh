@@ -23,7 +23,8 @@ mkdir -p "$work/share" "$work/tmp"
 chmod 755 "$work" "$work/share"
 chmod 1777 "$work/tmp"
 
-cpack --config "$build/CPackConfig.cmake" -B "$work/packages" > "$work/cpack.log" 2>&1 || {
+# Those who pack may keep new files to themselves; what they pack is for all users.
+(umask 077 && cpack --config "$build/CPackConfig.cmake" -B "$work/packages") > "$work/cpack.log" 2>&1 || {
     cat "$work/cpack.log"
     exit 1
 }
@@ -37,6 +38,7 @@ dpkg-deb --fsys-tarfile "$package" | tar -t | grep -v '/$' | sort |
 check "the package holds what it should" diff -u "$expected" "$work/contents.txt"
 dpkg-deb --fsys-tarfile "$package" | tar -tv > "$work/listing.txt"
 check "all files are root's" bash -c "! grep -v ' root/root ' '$work/listing.txt'"
+check "all read what owners read" bash -c "! grep -E '^[^l](r..(-|...-)|..x(..-|.....-))' '$work/listing.txt'"
 check "only owners write" bash -c "! grep -E '^[^l]....(w|...w)' '$work/listing.txt'"
 
 cp "$package" "$work/share/korutex.deb"
