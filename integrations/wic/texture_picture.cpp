@@ -59,14 +59,15 @@ HRESULT TexturePicture::Create(std::vector<std::uint8_t> file,
         size = koru_host::Texture_ReadSize(*call.GetDoors(), file);
     }
     if (size.width == 0 || size.height == 0) return WINCODEC_ERR_BADIMAGE;
-    // The library has looked at RGB, which is smaller; and CopyPixels counts bytes in 32 bits.
-    const std::uint64_t rowBytes = std::uint64_t{size.width} * kPixelBytes;
-    if (rowBytes > std::numeric_limits<std::uint32_t>::max() / size.height) {
-        return WINCODEC_ERR_IMAGESIZEOUTOFRANGE;
-    }
-    // Rectangles have signed sides.
+    // The library has looked at RGB, which is smaller, unless an earlier load has made it look at
+    // RGBA: one answer for both. CopyPixels counts bytes in 32 bits, and rectangles have signed
+    // sides.
     constexpr auto kMaxSide = static_cast<std::uint32_t>(std::numeric_limits<INT>::max());
-    if (size.width > kMaxSide || size.height > kMaxSide) return WINCODEC_ERR_IMAGESIZEOUTOFRANGE;
+    const std::uint64_t rowBytes = std::uint64_t{size.width} * kPixelBytes;
+    if (rowBytes > std::numeric_limits<std::uint32_t>::max() / size.height ||
+        size.width > kMaxSide || size.height > kMaxSide) {
+        return WINCODEC_ERR_BADIMAGE;
+    }
     picture.reset(new TexturePicture(std::move(file), size.width, size.height));
     return S_OK;
 }
