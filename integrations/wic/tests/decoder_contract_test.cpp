@@ -299,6 +299,9 @@ TEST(WicDecoder, DoesNotTrustTheSizeOfAStream) {
         stream.toldBytes = told;
         EXPECT_CODE(Initialize(server, kKtxDecoderId, stream), code);
     }
+    FaultyStream cut(Cut(file, file.size() - 1));
+    cut.toldBytes = file.size();
+    EXPECT_CODE(Initialize(server, kKtxDecoderId, cut), WINCODEC_ERR_BADIMAGE);
     FaultyStream liar(file);
     liar.claimsMoreThanAsked = true;
     EXPECT_CODE(Initialize(server, kKtxDecoderId, liar), WINCODEC_ERR_STREAMREAD);

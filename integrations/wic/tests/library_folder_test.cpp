@@ -1,8 +1,11 @@
 // Where the server finds korutex_64.dll, and where not.
 #include <winerror.h>
 
+#include <atomic>
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "faulty_stream.h"
 #include "texture_files.h"
@@ -14,7 +17,9 @@ namespace fs = std::filesystem;
 using namespace koru_wic;
 
 constexpr wchar_t kLibraryName[] = L"korutex_64.dll";
+// Set by the library that is planted.
 constexpr wchar_t kPlantedName[] = L"KORUTEX_PLANTED";
+constexpr wchar_t kOverlappedName[] = L"KORUTEX_OVERLAPPED";
 
 bool WasPlanted() { return GetEnvironmentVariableW(kPlantedName, nullptr, 0) != 0; }
 
@@ -22,6 +27,17 @@ HRESULT OpenSomething(const WicServer& server) {
     FaultyStream stream(Test_KtxOfPixels(2, 2, Test_MakePixels(2, 2)));
     return server.Create<IWICBitmapDecoder>(kKtxDecoderId)
         ->Initialize(&stream, WICDecodeMetadataCacheOnDemand);
+}
+
+Bytes DecodePixel(const WicServer& server, REFCLSID id, const Bytes& file) {
+    FaultyStream stream(file);
+    const auto decoder = server.Create<IWICBitmapDecoder>(id);
+    ComPtr<IWICBitmapFrameDecode> frame;
+    Bytes pixel(4);
+    const bool isGood = SUCCEEDED(decoder->Initialize(&stream, WICDecodeMetadataCacheOnDemand)) &&
+                        SUCCEEDED(decoder->GetFrame(0, &frame)) &&
+                        SUCCEEDED(frame->CopyPixels(nullptr, 4, 4, pixel.data()));
+    return isGood ? pixel : Bytes{};
 }
 
 /// A folder with a copy of the server; PATH and the current folder lead to libraries that are
@@ -32,7 +48,10 @@ class LibraryFolder : public testing::Test {
         fs::create_directory(temporary_ / L"server");
         fs::create_directory(temporary_ / L"planted");
         fs::copy_file(KORUTEX_WIC_DLL, GetServerPath());
-        fs::copy_file(KORUTEX_PLANTED_DLL, temporary_ / L"planted" / kLibraryName);
+        // What the library imports could be planted as well.
+        for (const wchar_t* name : {kLibraryName, L"astcenc.dll", L"lz4.dll"}) {
+            fs::copy_file(KORUTEX_PLANTED_DLL, temporary_ / L"planted" / name);
+        }
         oldFolder_ = fs::current_path();
         fs::current_path(temporary_ / L"planted");
         oldPath_.resize(GetEnvironmentVariableW(L"PATH", nullptr, 0));
@@ -115,6 +134,28 @@ TEST_F(LibraryFolder, GivesTheLibraryBackWhenTheServerMayGo) {
         EXPECT_CODE(server.CanUnloadNow(), S_OK);
     }
     EXPECT_EQ(GetModuleHandleW(GetLibraryPath().c_str()), nullptr);
+}
+
+TEST_F(LibraryFolder, CallsIntoTheLibraryDoNotOverlap) {
+    fs::copy_file(KORUTEX_PLANTED_DLL, GetLibraryPath());
+    SetEnvironmentVariableW(kOverlappedName, nullptr);
+    const WicServer server(GetServerPath());
+    std::atomic<int> goodCount = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (const GUID& id : {kAstcDecoderId, kKtxDecoderId, kPvrDecoderId, kKtxDecoderId}) {
+            threads.emplace_back([&server, &goodCount, id] {
+                const Bytes file = id == kAstcDecoderId  ? Test_AstcOfColor()
+                                   : id == kKtxDecoderId ? Test_KtxOfPixels(1, 1, {1, 2, 3, 4})
+                                                         : Test_PvrWithAlpha();
+                for (int round = 0; round < 10; ++round) {
+                    if (DecodePixel(server, id, file) == Bytes{255, 255, 255, 255}) ++goodCount;
+                }
+            });
+        }
+    }
+    EXPECT_EQ(goodCount, 40);
+    EXPECT_EQ(GetEnvironmentVariableW(kOverlappedName, nullptr, 0), 0u);
 }
 
 TEST_F(LibraryFolder, MayHaveALongPath) {
