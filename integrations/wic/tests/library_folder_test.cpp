@@ -48,8 +48,7 @@ class LibraryFolder : public testing::Test {
         fs::create_directory(temporary_ / L"server");
         fs::create_directory(temporary_ / L"planted");
         fs::copy_file(KORUTEX_WIC_DLL, GetServerPath());
-        // What the library imports could be planted as well.
-        for (const wchar_t* name : {kLibraryName, L"astcenc.dll", L"lz4.dll"}) {
+        for (const wchar_t* name : {kLibraryName, L"planted_library.dll"}) {
             fs::copy_file(KORUTEX_PLANTED_DLL, temporary_ / L"planted" / name);
         }
         oldFolder_ = fs::current_path();
@@ -117,6 +116,19 @@ TEST_F(LibraryFolder, MayHoldALibraryWithoutTheFunctions) {
     const WicServer server(GetServerPath());
     EXPECT_CODE(OpenSomething(server), WINCODEC_ERR_COMPONENTINITIALIZEFAILURE);
     EXPECT_EQ(GetModuleHandleW(GetLibraryPath().c_str()), nullptr) << "it stays loaded";
+}
+
+TEST_F(LibraryFolder, HoldsWhatTheLibraryNeedsAsWell) {
+    fs::copy_file(KORUTEX_NEEDY_DLL, GetLibraryPath());
+    const HMODULE needy = LoadLibraryW(GetLibraryPath().c_str());
+    EXPECT_NE(needy, nullptr);
+    EXPECT_TRUE(WasPlanted()) << "or this shows nothing";
+    FreeLibrary(needy);
+    SetEnvironmentVariableW(kPlantedName, nullptr);
+
+    const WicServer server(GetServerPath());
+    EXPECT_CODE(OpenSomething(server), WINCODEC_ERR_COMPONENTINITIALIZEFAILURE);
+    EXPECT_FALSE(WasPlanted());
 }
 
 TEST_F(LibraryFolder, GivesTheLibraryBackWhenTheServerMayGo) {
