@@ -59,7 +59,8 @@ FilledRow Row_Fill(const RegistryRow& row, const Meanings& meanings) {
                                                   : Data_FromText(Text_Fill(row.text, meanings))};
 }
 
-// Longer names stand before those that they begin with.
+// Names that others begin with stand behind those; $dll is the last one, as a path may hold any
+// name.
 Meanings Meanings_OfServer() {
     return {{L"$thumbnail", Id_ToText(kThumbnailProviderId)},
             {L"$version", KORUTEX_WIC_VERSION},

@@ -83,6 +83,15 @@ class WicRegistration : public testing::Test {
             RegGetValueW(classes_, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &byteCount);
         return code == ERROR_SUCCESS ? text : L"(none)";
     }
+    /// Makes registering fail at its last extension: no lasting key can be made below a volatile
+    /// one.
+    void PutObstacle() const {
+        HKEY obstacle = nullptr;
+        EXPECT_EQ(RegCreateKeyExW(classes_, L".pvr", 0, nullptr, REG_OPTION_VOLATILE,
+                                  KEY_ALL_ACCESS, nullptr, &obstacle, nullptr),
+                  ERROR_SUCCESS);
+        RegCloseKey(obstacle);
+    }
     [[nodiscard]] Dump Take() const {
         Dump dump;
         Dump_Add(dump, sandbox_, L"");
@@ -213,12 +222,7 @@ TEST_F(WicRegistration, LeavesWhatOtherProgramsHaveChangedSince) {
 }
 
 TEST_F(WicRegistration, HappensAsAWholeOrNotAtAll) {
-    // No lasting key can be made below a volatile one: registering fails at its last extension.
-    HKEY obstacle = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(classes_, L".pvr", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                              nullptr, &obstacle, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(obstacle);
+    PutObstacle();
     const Dump before = Take();
     EXPECT_CODE(server_.Register(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
     EXPECT_EQ(Take(), before);
@@ -227,11 +231,7 @@ TEST_F(WicRegistration, HappensAsAWholeOrNotAtAll) {
 TEST_F(WicRegistration, AFailureKeepsWhatWasRegisteredBefore) {
     ASSERT_CODE(server_.Register(), S_OK);
     RegDeleteTreeW(classes_, L".pvr");
-    HKEY obstacle = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(classes_, L".pvr", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                              nullptr, &obstacle, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(obstacle);
+    PutObstacle();
     const Dump before = Take();
     const TempFolder folder;
     std::filesystem::copy_file(KORUTEX_WIC_DLL, folder / L"moved.dll");
