@@ -6,7 +6,9 @@ set(sources "${WORK_DIR}/a_copy_of_the_sources_under_a_longer_name/korutex")
 set(build "${WORK_DIR}/b")
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(COPY "${SOURCE_DIR}/CMakeLists.txt" "${SOURCE_DIR}/cmake" "${SOURCE_DIR}/include" "${SOURCE_DIR}/src"
+  "${SOURCE_DIR}/integrations"
   DESTINATION "${sources}")
+file(COPY "${SOURCE_DIR}/tools/hosting" DESTINATION "${sources}/tools")
 file(COPY "${SOURCE_DIR}/tests/wine/run_wine.sh.in" DESTINATION "${sources}/tests/wine")
 
 # A compiler cache would hand out the first build's objects.
