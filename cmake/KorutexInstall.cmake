@@ -42,6 +42,7 @@ if(WIN32)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
   DESTINATION "${_korutex_documents}")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${_korutex_documents}")
 
 if(PROJECT_IS_TOP_LEVEL)
   include(KorutexPackages)

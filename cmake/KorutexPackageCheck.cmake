@@ -1,5 +1,6 @@
 # Run by cpack before it packs for Windows: the library must not need DLLs that other machines lack. With
 # codecs linked statically it needs the system's alone.
+cmake_minimum_required(VERSION 3.23)
 if(CPACK_KORUTEX_ANY_CODECS)  # for tests of the package itself
   return()
 endif()

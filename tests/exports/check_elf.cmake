@@ -12,11 +12,11 @@ function(read_names names option)
 endfunction()
 
 read_names(names -T)
-compare_exports("${names}")
+compare_exports("${names}" 12)
 if(NOT SANITIZE)
   # Nothing else is global inside either: no weak copy of a template that a host could replace.
   read_names(names -t)
-  compare_exports("${names}")
+  compare_exports("${names}" 12)
 endif()
 
 read_library(text -p)
