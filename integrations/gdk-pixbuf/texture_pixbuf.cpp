@@ -78,7 +78,9 @@ GdkPixbuf* Pixbuf_Decode(std::span<const std::uint8_t> bytes, TextureSize size,
     }
     KORU_Image* const image = [bytes] {
         const std::scoped_lock lock(g_library);
-        return Texture_Decode(kDoors, bytes);
+        KORU_Image* const decoded = Texture_Decode(kDoors, bytes);
+        Texture_DropPayload(kDoors, bytes);
+        return decoded;
     }();
     // All else that could be wrong with it has been seen with its size.
     if (image == nullptr) {

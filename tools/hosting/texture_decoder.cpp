@@ -1,5 +1,6 @@
 #include "texture_decoder.h"
 
+#include <array>
 #include <limits>
 
 #include "pvr/pvr_header.h"
@@ -7,6 +8,39 @@
 
 namespace koru_host {
 namespace {
+
+// Whole textures of one block or pixel, of three channels: they leave no alpha to later loads.
+constexpr std::array<std::uint8_t, 32> kTinyAstc{0x13, 0xAB, 0xA1, 0x5C, 4, 4, 1, 1,
+                                                 0,    0,    1,    0,    0, 1, 0, 0};
+constexpr std::array<std::uint8_t, 72> kTinyKtx{
+    0xAB, 0x4B, 0x54, 0x58, 0x20, 0x31, 0x31, 0xBB, 0x0D, 0x0A, 0x1A, 0x0A,  // KTX 1.1
+    1,    2,    3,    4,    0x01, 0x14, 0,    0,    1,    0,    0,    0,     // GL_UNSIGNED_BYTE
+    0x07, 0x19, 0,    0,    0x51, 0x80, 0,    0,    0x07, 0x19, 0,    0,     // GL_RGB8
+    1,    0,    0,    0,    1,    0,    0,    0,    0,    0,    0,    0,     // 1 x 1
+    0,    0,    0,    0,    1,    0,    0,    0,    1,    0,    0,    0,     // 1 face, 1 level
+    0,    0,    0,    0,    4,    0,    0,    0};
+constexpr std::array<std::uint8_t, 60> kTinyPvr{
+    'P', 'V', 'R', 3, 0, 0, 0, 0, 6, 0, 0, 0, 0, 0, 0, 0,  // ETC1
+    0,   0,   0,   0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0,  // 1 x 1
+    1,   0,   0,   0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0};
+
+std::span<const std::uint8_t> Texture_ChooseTiny(Container container) noexcept {
+    switch (container) {
+        case Container::Astc:
+            return kTinyAstc;
+        case Container::Ktx1:
+        case Container::Ktx2:
+        case Container::WrappedKtx:
+            return kTinyKtx;
+        case Container::Pvr3:
+        case Container::PvrLegacy:
+            return kTinyPvr;
+        case Container::Png:
+        case Container::Unknown:
+            break;
+    }
+    return {};
+}
 
 LibraryDoors::Load* Texture_ChooseDoor(const LibraryDoors& doors, Container container) noexcept {
     switch (container) {
@@ -76,6 +110,13 @@ TextureSize Texture_ReadSize(const LibraryDoors& doors,
     const TextureSize size{image->width, image->height};
     doors.deleteImage(image);
     return size;
+}
+
+void Texture_DropPayload(const LibraryDoors& doors, std::span<const std::uint8_t> bytes) noexcept {
+    // Each load lets go of what the one before it left.
+    KORU_Image* const image =
+        Texture_Load(doors, Texture_ChooseTiny(Container_Identify(bytes)), KORU_FLAG_HEADER_ONLY);
+    if (image != nullptr) doors.deleteImage(image);
 }
 
 }  // namespace koru_host

@@ -45,4 +45,9 @@ struct TextureSize {
 [[nodiscard]] TextureSize Texture_ReadSize(const LibraryDoors& doors,
                                            std::span<const std::uint8_t> bytes) noexcept;
 
+/// Has the library give back the payload that it keeps of the last load of this container. Hosts
+/// that live on after a load of a large file call it. `bytes` are the file or its first
+/// kContainerProbeBytes. No later load depends on it.
+void Texture_DropPayload(const LibraryDoors& doors, std::span<const std::uint8_t> bytes) noexcept;
+
 }  // namespace koru_host

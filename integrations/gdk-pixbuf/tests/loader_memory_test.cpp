@@ -1,10 +1,12 @@
 // A process that has little room left. A sanitizer's own room is too large for such a limit.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <fstream>
 
+#include "ktx_builder.h"
 #include "loader_story.h"
 #include "pvr_builder.h"
 
@@ -59,6 +61,27 @@ TEST(PixbufMemory, APictureThatDoesNotFit) {
         << story.error->message;
     EXPECT_EQ(story.events, (std::vector<std::string>{"size 16384 x 16384", "closed"}));
     EXPECT_FALSE(Test_OpenPicture(Test_ListSamples().front()).rgba.empty());
+}
+
+std::uint64_t Test_GetLiveBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// Programs on top of GdkPixbuf live for days.
+TEST(PixbufMemory, NothingOfAClosedPictureIsKept) {
+    constexpr std::uint32_t kEdge = 2048;
+    const Bytes blocks(std::size_t{kEdge} * kEdge);
+    Bytes astc{0x13, 0xAB, 0xA1, 0x5C, 4, 4, 1, 0, 8, 0, 0, 8, 0, 1, 0, 0};
+    astc.insert(astc.end(), blocks.begin(), blocks.end());
+    const std::vector<Bytes> files{
+        astc, Ktx1Builder().Compressed(0x83F3).Size(kEdge, kEdge).Level(blocks).Build(),
+        PvrV3Builder().Compressed(11).Size(kEdge, kEdge).Data(blocks).Build()};
+    for (const Bytes& file : files) {
+        const std::uint64_t before = Test_GetLiveBytes();
+        ASSERT_NE(Test_LoadPieces(file).pixbuf, nullptr);
+        EXPECT_LT(Test_GetLiveBytes(), before + kMebibyte) << "of the file's 4 MiB, " << file[1];
+    }
 }
 
 }  // namespace
