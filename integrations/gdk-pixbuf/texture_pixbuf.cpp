@@ -52,7 +52,9 @@ std::optional<TextureSize> Pixbuf_ReadSize(std::span<const std::uint8_t> bytes,
     if (!Pixbuf_CheckHead(bytes, error)) return std::nullopt;
     const TextureSize size = [bytes] {
         const std::scoped_lock lock(g_library);
-        return Texture_ReadSize(kDoors, bytes);
+        const TextureSize told = Texture_ReadSize(kDoors, bytes);
+        Texture_DropPayload(kDoors, bytes);
+        return told;
     }();
     if (size.width == 0 || size.height == 0) {
         g_set_error(error, GDK_PIXBUF_ERROR, GDK_PIXBUF_ERROR_CORRUPT_IMAGE,

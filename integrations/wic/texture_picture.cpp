@@ -57,6 +57,7 @@ HRESULT TexturePicture::Create(std::vector<std::uint8_t> file,
         const LibraryCall call;
         if (call.GetDoors() == nullptr) return WINCODEC_ERR_COMPONENTINITIALIZEFAILURE;
         size = koru_host::Texture_ReadSize(*call.GetDoors(), file);
+        koru_host::Texture_DropPayload(*call.GetDoors(), file);
     }
     if (size.width == 0 || size.height == 0) return WINCODEC_ERR_BADIMAGE;
     // The library has looked at RGB, which is smaller, unless an earlier load has made it look at
@@ -80,6 +81,7 @@ HRESULT TexturePicture::GetPixels(std::span<const std::uint8_t>& pixels) {
             const LibraryCall call;
             if (call.GetDoors() == nullptr) return WINCODEC_ERR_COMPONENTINITIALIZEFAILURE;
             record.reset(koru_host::Texture_Decode(*call.GetDoors(), file_));
+            koru_host::Texture_DropPayload(*call.GetDoors(), file_);
         }
         // The file has been found good, so there is one reason left.
         if (record == nullptr) return E_OUTOFMEMORY;

@@ -117,6 +117,39 @@ TEST(TextureStrayAlpha, OfPackedPvrPixelsWithFewerThanFourNamesAlone) {
     EXPECT_FALSE(mayHave(cut));
 }
 
+TEST(TextureDropPayload, LoadsSomethingTinyOfTheSameContainerWithoutPixels) {
+    static std::size_t s_loadCount = 0;
+    static std::size_t s_deleteCount = 0;
+    const auto load = [](const std::uint8_t* data, std::uint32_t size, std::uint32_t flags) {
+        EXPECT_EQ(flags, KORU_FLAG_HEADER_ONLY);
+        EXPECT_LT(size, 100u);
+        ++s_loadCount;
+        switch (koru_host::Container_Identify({data, size})) {
+            case koru_host::Container::Astc:
+                return KORU_Load_ASTC_From_Memory(data, size, flags);
+            case koru_host::Container::Ktx1:
+                return KORU_Load_KTX_From_Memory(data, size, flags);
+            default:
+                return KORU_Load_PVR_From_Memory(data, size, flags);
+        }
+    };
+    const auto release = [](KORU_Image* image) {
+        ++s_deleteCount;
+        KORU_Delete_Image(image);
+    };
+    const LibraryDoors doors{load, load, load, release};
+    const Bytes ktx = Ktx1Builder().Build();
+    koru_host::Texture_DropPayload(doors, MakeBlankAstc(1, 1));
+    koru_host::Texture_DropPayload(doors, ktx);
+    koru_host::Texture_DropPayload(doors, MakePvr("rgba"));
+    EXPECT_EQ(s_loadCount, 3u);
+    // All three are files that load.
+    EXPECT_EQ(s_deleteCount, 3u);
+
+    koru_host::Texture_DropPayload(doors, Bytes{1, 2, 3});
+    EXPECT_EQ(s_loadCount, 3u);
+}
+
 TEST(TextureReadSize, IsThatOfThePictureWithoutItsPixels) {
     const auto size = koru_host::Texture_ReadSize(kDoors, MakeBlankAstc(3, 2));
     EXPECT_EQ(size.width, 3u);
