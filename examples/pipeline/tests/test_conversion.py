@@ -19,6 +19,7 @@ Picture = tuple[str, tuple[int, int], bytes]
 ODD_NAMES = [
     "blank and 'quote' and \"quotes\".ktx",
     "new\nline\\.ktx",
+    ".ktx",
     "-o.ktx",
     "--help.ktx",
     "$HOME `x` {} {#} *.ktx",
@@ -67,7 +68,7 @@ def list_good(source: Path) -> list[str]:
     return sorted(
         str(p)
         for p in paths
-        if p.suffix.lower() in endings and (source / p).is_file() and "loop" not in p.parts
+        if p.name.lower().endswith(endings) and (source / p).is_file() and "loop" not in p.parts
     )
 
 

@@ -169,3 +169,31 @@ def test_a_worker_that_dies_costs_one_file(
     assert reason == ("its worker died by SIGKILL" if victim == "$$" else "its worker died")
     assert f"failed: deadly.ktx: {reason}\n" in run.stderr
     assert len(list(target.glob("*.png"))) == 8
+
+
+TEARING_PARALLEL = """#!/bin/sh
+# Lets go of half a line where a batch ends.
+"$REAL_PARALLEL" "$@"
+code=$?
+printf '{"path": "a.ktx", "si'
+exit $code
+"""
+
+
+def test_half_a_line_of_a_batch_costs_nothing(tmp_path: Path) -> None:
+    source, target = tmp_path / "source", tmp_path / "target"
+    source.mkdir()
+    shutil.copy(SAMPLES / "testcard-rgb8.ktx", source / "a.ktx")
+    (tmp_path / "bin").mkdir()
+    tearing = tmp_path / "bin" / "parallel"
+    tearing.write_text(TEARING_PARALLEL)
+    tearing.chmod(0o755)
+    run = Engine("parallel").run(
+        source,
+        target,
+        environment={
+            "PATH": f"{tmp_path / 'bin'}:{os.environ['PATH']}",
+            "REAL_PARALLEL": shutil.which("parallel") or "",
+        },
+    )
+    assert (run.returncode, run.stdout) == (0, "1 converted, 0 failed, 0 unchanged\n"), run.stderr
