@@ -234,6 +234,11 @@ def test_what_cannot_run_says_so(tmp_path: Path) -> None:
     assert run.returncode == 2
     assert "cannot be written: Not a directory" in run.stderr
 
+    (tmp_path / "other" / "manifest.jsonl").mkdir(parents=True)
+    run = engine.run(tmp_path, tmp_path / "other")
+    assert run.returncode == 2
+    assert "manifest.jsonl: cannot be opened: Is a directory" in run.stderr
+
     (tmp_path / "out").mkdir()
     with open(tmp_path / "out" / "manifest.jsonl", "w") as manifest:
         fcntl.flock(manifest, fcntl.LOCK_EX)
