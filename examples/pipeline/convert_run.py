@@ -81,6 +81,10 @@ def convert_tree(options: argparse.Namespace, engine: Engine) -> int:
     except OSError as error:
         _complain(f"cannot go on: {error}")
         return EXIT_FAILED
+    finally:
+        # From here on there is nobody to catch Stopped. Who asks again wants the end at once.
+        for number in (signal.SIGINT, signal.SIGTERM):
+            signal.signal(number, signal.SIG_DFL)
 
 
 def _open_manifest(file_name: str) -> Manifest:

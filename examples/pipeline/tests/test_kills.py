@@ -6,11 +6,12 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import time
 from pathlib import Path
 
 import pytest
-from conftest import PROGRAM, SAMPLES, Engine, check_all_gone, run_cluster
+from conftest import PIPELINE, PROGRAM, SAMPLES, Engine, check_all_gone, run_cluster
 from PIL import Image
 from test_conversion import read_manifest, read_picture
 
@@ -92,6 +93,29 @@ def test_a_stopped_run_tells_how_far_it_came(
     assert errors == ""
     assert 6 <= done < COUNT
     assert ".korutex-part" not in os.listdir(target)
+
+
+SLOW_END = """
+import argparse, atexit, os, signal, sys
+import convert_run
+
+def engine(textures):
+    os.kill(os.getpid(), int(sys.argv[2]))
+    yield from ()
+
+# As workers that were still starting are waited for.
+atexit.register(lambda: os.kill(os.getpid(), int(sys.argv[2])))
+options = argparse.Namespace(source=".", target=sys.argv[1], follow_links=False, retry=False)
+sys.exit(convert_run.convert_tree(options, engine))
+"""
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_second_signal_ends_a_slow_end(number: signal.Signals, tmp_path: Path) -> None:
+    command = [sys.executable, "-c", SLOW_END, str(tmp_path), str(int(number))]
+    run = subprocess.run(command, cwd=PIPELINE, capture_output=True, text=True)
+    assert f"stopped by {number.name}" in run.stdout
+    assert (run.returncode, run.stderr) == (-number, "")
 
 
 def test_a_scheduler_that_goes_away_ends_the_run(tmp_path: Path) -> None:
