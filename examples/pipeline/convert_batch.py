@@ -5,7 +5,7 @@ folder, KORUTEX_PROGRAM the program. Prints one manifest line for each file as i
 
 The program writes pictures under the inputs' names into one folder and refuses two of the same
 name. So it sees the batch as numbered links in a folder of its own, which also keeps odd names out
-of its output: "3.ktx -> done/3.png (64x64)" or "korutex: 3.ktx: is too short ...".
+of its output: "3.in -> done/3.png (64x64)" or "korutex: 3.in: is too short ...".
 """
 
 from __future__ import annotations
@@ -23,7 +23,7 @@ from types import FrameType
 from manifest import Result
 from tree import PART_FOLDER, Texture, look_at, result_path
 
-CONVERTED = re.compile(r"(\d+)\.\w+ -> ")
+CONVERTED = re.compile(r"(\d+)\.in -> ")
 FAILED = re.compile(r"korutex: (?:done/)?(\d+)\.\w+: (?!warning: )(.*)")
 
 
@@ -33,7 +33,7 @@ def convert_batch(textures: list[Texture], target: str, program: str) -> Iterato
     with tempfile.TemporaryDirectory(dir=part, ignore_cleanup_errors=True) as stage:
         links = []
         for number, texture in enumerate(textures):
-            links.append(f"{number}{os.path.splitext(texture.path)[1]}")
+            links.append(f"{number}.in")  # the contents say what it is
             os.symlink(os.path.abspath(texture.path), os.path.join(stage, links[-1]))
         started = time.monotonic()
         with subprocess.Popen(
@@ -64,6 +64,7 @@ def convert_batch(textures: list[Texture], target: str, program: str) -> Iterato
                     yield make_result(texture, reason, now - started)
                     started = now
                     told += 1
+                process.wait()
             finally:
                 process.kill()  # only if it still runs: this batch was stopped
         if told == 0 and len(textures) == 1:

@@ -62,7 +62,7 @@ def convert_tree(options: argparse.Namespace, engine: Engine) -> int:
     for number in (signal.SIGINT, signal.SIGTERM):
         signal.signal(number, _stop)
     try:
-        with Manifest(os.path.join(options.target, MANIFEST)) as manifest:
+        with _open_manifest(os.path.join(options.target, MANIFEST)) as manifest:
             part = os.path.join(options.target, PART_FOLDER)
             shutil.rmtree(part, ignore_errors=True)  # what a killed run left
             os.makedirs(part)
@@ -81,6 +81,18 @@ def convert_tree(options: argparse.Namespace, engine: Engine) -> int:
     except OSError as error:
         _complain(f"cannot go on: {error}")
         return EXIT_FAILED
+    finally:
+        # From here on there is nobody to catch Stopped. Who asks again wants the end at once.
+        for number in (signal.SIGINT, signal.SIGTERM):
+            signal.signal(number, signal.SIG_DFL)
+
+
+def _open_manifest(file_name: str) -> Manifest:
+    try:
+        return Manifest(file_name)
+    except OSError as error:
+        reason = error.strerror or str(error)
+        raise CannotRun(f"{printable(file_name)}: cannot be opened: {reason}") from None
 
 
 class _Run:

@@ -64,7 +64,10 @@ def run_parallel(
         try:
             assert parallel.stdout is not None
             for line in parallel.stdout:
-                result = Result.from_line(line)
+                try:
+                    result = Result.from_line(line)
+                except ValueError:
+                    continue  # torn when its batch was killed; the file has no result yet
                 todo.pop(result.path, None)
                 yield result
             code = parallel.wait()

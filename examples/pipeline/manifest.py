@@ -9,7 +9,7 @@ from collections.abc import Iterator
 from dataclasses import asdict, dataclass
 from types import TracebackType
 
-from tree import Texture
+from tree import Texture, result_path
 
 
 class Busy(Exception):
@@ -41,9 +41,19 @@ class Result:
             result = Result(**fields)
         except TypeError as error:
             raise ValueError(str(error)) from None
-        if not isinstance(result.path, str) or result.status not in ("ok", "failed"):
+        texts = (result.path, result.result, result.reason)
+        if not all(isinstance(text, str) for text in texts):
             raise ValueError("not a result")
+        if result.status not in ("ok", "failed"):
+            raise ValueError("not a result")
+        if not (_stays_inside(result.path) and _stays_inside(result.result)):
+            raise ValueError("leads out of the folder")
         return result
+
+
+def _stays_inside(path: str) -> bool:
+    """Whether `path` is one below a folder, as those of a walk are."""
+    return not os.path.isabs(path) and ".." not in path.split(os.sep) and "\0" not in path
 
 
 class Manifest:
@@ -64,7 +74,7 @@ class Manifest:
             try:
                 result = Result.from_line(line)
             except (ValueError, RecursionError):
-                continue  # torn by a kill
+                continue  # torn by a kill, or not ours
             self._results[result.path] = result
         if not line.endswith(b"\n"):
             self._file.write(b"\n")  # the next line must not grow onto the torn one
@@ -83,6 +93,8 @@ class Manifest:
         if result is None or texture.size is None:
             return None
         if (result.size, result.mtime_ns) != (texture.size, texture.mtime_ns):
+            return None
+        if result.result != result_path(texture.path):
             return None
         if result.status == "ok" and not os.path.isfile(os.path.join(target, result.result)):
             return None

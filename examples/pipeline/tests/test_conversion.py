@@ -19,6 +19,7 @@ Picture = tuple[str, tuple[int, int], bytes]
 ODD_NAMES = [
     "blank and 'quote' and \"quotes\".ktx",
     "new\nline\\.ktx",
+    ".ktx",
     "-o.ktx",
     "--help.ktx",
     "$HOME `x` {} {#} *.ktx",
@@ -67,7 +68,7 @@ def list_good(source: Path) -> list[str]:
     return sorted(
         str(p)
         for p in paths
-        if p.suffix.lower() in endings and (source / p).is_file() and "loop" not in p.parts
+        if p.name.lower().endswith(endings) and (source / p).is_file() and "loop" not in p.parts
     )
 
 
@@ -232,6 +233,11 @@ def test_what_cannot_run_says_so(tmp_path: Path) -> None:
     run = engine.run(tmp_path, tmp_path / "a.ktx" / "out")
     assert run.returncode == 2
     assert "cannot be written: Not a directory" in run.stderr
+
+    (tmp_path / "other" / "manifest.jsonl").mkdir(parents=True)
+    run = engine.run(tmp_path, tmp_path / "other")
+    assert run.returncode == 2
+    assert "manifest.jsonl: cannot be opened: Is a directory" in run.stderr
 
     (tmp_path / "out").mkdir()
     with open(tmp_path / "out" / "manifest.jsonl", "w") as manifest:

@@ -6,11 +6,12 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import time
 from pathlib import Path
 
 import pytest
-from conftest import PROGRAM, SAMPLES, Engine, check_all_gone, run_cluster
+from conftest import PIPELINE, PROGRAM, SAMPLES, Engine, check_all_gone, run_cluster
 from PIL import Image
 from test_conversion import read_manifest, read_picture
 
@@ -94,6 +95,29 @@ def test_a_stopped_run_tells_how_far_it_came(
     assert ".korutex-part" not in os.listdir(target)
 
 
+SLOW_END = """
+import argparse, atexit, os, signal, sys
+import convert_run
+
+def engine(textures):
+    os.kill(os.getpid(), int(sys.argv[2]))
+    yield from ()
+
+# As workers that were still starting are waited for.
+atexit.register(lambda: os.kill(os.getpid(), int(sys.argv[2])))
+options = argparse.Namespace(source=".", target=sys.argv[1], follow_links=False, retry=False)
+sys.exit(convert_run.convert_tree(options, engine))
+"""
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_second_signal_ends_a_slow_end(number: signal.Signals, tmp_path: Path) -> None:
+    command = [sys.executable, "-c", SLOW_END, str(tmp_path), str(int(number))]
+    run = subprocess.run(command, cwd=PIPELINE, capture_output=True, text=True)
+    assert f"stopped by {number.name}" in run.stdout
+    assert (run.returncode, run.stderr) == (-number, "")
+
+
 def test_a_scheduler_that_goes_away_ends_the_run(tmp_path: Path) -> None:
     source, target = tmp_path / "source", tmp_path / "target"
     make_many(source)
@@ -169,3 +193,31 @@ def test_a_worker_that_dies_costs_one_file(
     assert reason == ("its worker died by SIGKILL" if victim == "$$" else "its worker died")
     assert f"failed: deadly.ktx: {reason}\n" in run.stderr
     assert len(list(target.glob("*.png"))) == 8
+
+
+TEARING_PARALLEL = """#!/bin/sh
+# Lets go of half a line where a batch ends.
+"$REAL_PARALLEL" "$@"
+code=$?
+printf '{"path": "a.ktx", "si'
+exit $code
+"""
+
+
+def test_half_a_line_of_a_batch_costs_nothing(tmp_path: Path) -> None:
+    source, target = tmp_path / "source", tmp_path / "target"
+    source.mkdir()
+    shutil.copy(SAMPLES / "testcard-rgb8.ktx", source / "a.ktx")
+    (tmp_path / "bin").mkdir()
+    tearing = tmp_path / "bin" / "parallel"
+    tearing.write_text(TEARING_PARALLEL)
+    tearing.chmod(0o755)
+    run = Engine("parallel").run(
+        source,
+        target,
+        environment={
+            "PATH": f"{tmp_path / 'bin'}:{os.environ['PATH']}",
+            "REAL_PARALLEL": shutil.which("parallel") or "",
+        },
+    )
+    assert (run.returncode, run.stdout) == (0, "1 converted, 0 failed, 0 unchanged\n"), run.stderr

@@ -69,6 +69,43 @@ def test_lines_that_are_no_results_are_passed_over(tmp_path: Path, line: bytes) 
     assert known(file, ["a.ktx"]) == ["a.ktx"]
 
 
+@pytest.mark.parametrize(
+    "changes",
+    [
+        {"result": 5},
+        {"result": None},
+        {"result": []},
+        {"reason": None},
+        {"status": ["ok"]},
+        {"path": None},
+        {"path": "../a.ktx"},
+        {"result": "../a.ktx.png"},
+        {"result": "b/../../a.ktx.png"},
+        {"result": "/a.ktx.png"},
+        {"result": "a\0.png"},
+        {"more": 1},
+    ],
+)
+@pytest.mark.parametrize("status", ["ok", "failed"])
+def test_fields_of_other_kinds_make_no_result(
+    tmp_path: Path, changes: dict[str, object], status: str
+) -> None:
+    file = tmp_path / "m"
+    fields = json.loads(make_result("a.ktx", status).to_line())
+    file.write_text(json.dumps({**fields, **changes}) + "\n")
+    assert known(file, ["a.ktx"]) == []
+    with Manifest(str(file)) as manifest:
+        assert list(manifest) == []
+
+
+def test_a_result_of_another_input_does_not_count(tmp_path: Path) -> None:
+    file = tmp_path / "m"
+    (tmp_path / "b.ktx.png").touch()
+    fields = json.loads(make_result("a.ktx").to_line())
+    file.write_text(json.dumps({**fields, "result": "b.ktx.png"}) + "\n")
+    assert known(file, ["a.ktx"]) == []
+
+
 def test_the_last_line_counts(tmp_path: Path) -> None:
     with Manifest(str(tmp_path / "m")) as manifest:
         manifest.append(make_result("a.ktx"))

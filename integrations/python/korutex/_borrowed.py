@@ -50,6 +50,10 @@ class BorrowedBytes(NamedTuple):
     address: int
     size: int
 
+    def read(self, size: int) -> bytes:
+        """A copy of the first ones, at most `size`."""
+        return ctypes.string_at(self.address, min(self.size, size))
+
 
 @contextlib.contextmanager
 def borrow(source: ReadableBuffer) -> Iterator[BorrowedBytes]:

@@ -43,8 +43,3 @@ def identify(head: bytes) -> Optional[Container]:
         if head.startswith(container.magic, container.magic_offset):
             return container
     return None
-
-
-def read_head(source: ReadableBuffer) -> bytes:
-    with memoryview(source) as view, view.cast("B") as flat:
-        return bytes(flat[:HEAD_BYTES])

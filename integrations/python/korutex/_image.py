@@ -14,6 +14,11 @@ if TYPE_CHECKING:
     from ._library import RecordPointer
 
 
+_untrack = ctypes.pythonapi.PyObject_GC_UnTrack
+_untrack.argtypes = (ctypes.py_object,)
+_untrack.restype = None
+
+
 def _own_pixels(record: RecordPointer) -> ctypes.Array[ctypes.c_ubyte]:
     """The pixels as an object whose end is the record's end.
 
@@ -27,6 +32,9 @@ def _own_pixels(record: RecordPointer) -> ctypes.Array[ctypes.c_ubyte]:
     address = ctypes.addressof(fields)
     finalizer = weakref.finalize(pixels, get_library().delete, address)
     finalizer.atexit = False
+    # In a cycle of garbage, finalizers of weak references come before __del__ methods, which may
+    # still look at the pixels. Of an object that the collector does not know, they come at its end.
+    _untrack(pixels)
     return pixels
 
 

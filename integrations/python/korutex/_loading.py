@@ -9,7 +9,7 @@ from typing import TYPE_CHECKING, BinaryIO, Optional
 
 from . import _paths
 from ._borrowed import borrow
-from ._container import HEAD_BYTES, Container, identify, read_head
+from ._container import HEAD_BYTES, Container, identify
 from ._diagnosis import explain
 from ._errors import DecodeError, UnsupportedFileError
 from ._image import Image
@@ -66,7 +66,8 @@ def probe(source: Source) -> Optional[str]:
             container = identify(file.read(HEAD_BYTES))
     else:
         _check_contents(source)
-        container = identify(read_head(source))
+        with borrow(source) as contents:
+            container = identify(contents.read(HEAD_BYTES))
     return container.name if container else None
 
 
@@ -127,7 +128,7 @@ def load_contents(source: ReadableBuffer, flags: int, name: str) -> Image:
     _check_contents(source)
     with borrow(source) as contents:
         _check_size(contents.size, name)
-        head = read_head(source)
+        head = contents.read(HEAD_BYTES)
         container = _identify(head, name)
         result = get_library().load_memory(
             container.family, contents.address, contents.size, flags

@@ -54,6 +54,10 @@ def replace_file(path: str) -> Iterator[str]:
     After an exception, `path` is as it was and nothing is left beside it. A link keeps leading
     where it does, and the file there is replaced. The new file is as private as the old one.
     """
+    if not os.path.basename(path):
+        # realpath would make the current folder of "", and a file's name of "file/".
+        error = errno.EISDIR if path else errno.ENOENT
+        raise OSError(error, os.strerror(error), path)
     target = os.path.realpath(path)
     mode = _check_target(target, path)
     temporary = os.path.join(os.path.dirname(target), f".korutex-{secrets.token_hex(8)}.tmp")

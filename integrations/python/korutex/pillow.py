@@ -17,7 +17,7 @@ from typing import IO, Any, ClassVar, Optional, Union
 
 from PIL import Image, ImageFile
 
-from . import _container, _loading, _writing
+from . import _container, _loading, _paths, _writing
 from ._container import HEAD_BYTES, Container
 from ._errors import DecodeError, UnsupportedFileError
 from ._image import Image as Texture
@@ -69,7 +69,7 @@ class _TextureImageFile(ImageFile.ImageFile):
         self._is_pending = True
 
     def _decode(self, contents: bytes, flags: int) -> Texture:
-        name = os.fsdecode(self.filename) if self.filename else "<memory>"
+        name = _paths.describe(os.fsdecode(self.filename)) if self.filename else "<memory>"
         try:
             return _loading.load_contents(contents, flags, name)
         except (DecodeError, UnsupportedFileError) as error:

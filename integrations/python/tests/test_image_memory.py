@@ -64,6 +64,35 @@ def test_all_views_are_the_record_s_memory(library):
     assert image.tobytes()[:4] == bytes([9, 8, 7, 6])
 
 
+@pytest.mark.parametrize(
+    "look",
+    [lambda image: image, lambda image: image.pixels, numpy.asarray],
+    ids=["image", "view", "array"],
+)
+@pytest.mark.parametrize("survives", [False, True])
+def test_finalizers_in_a_cycle_may_use_the_pixels(look, survives, deleted):
+    seen, survivors = [], []
+
+    class Holder:
+        def __init__(self):
+            self.cycle = self
+            self.held = look(korutex.load(CONTENTS))
+
+        def __del__(self):
+            seen.append((len(deleted), self.held.tobytes()))
+            if survives:
+                survivors.append(self.held)
+
+    Holder()
+    gc.collect()
+    assert seen == [(0, PIXELS)]
+    if survives:
+        overwrite_freed_memory()
+        assert survivors.pop().tobytes() == PIXELS
+    gc.collect()
+    assert len(deleted) == (9 if survives else 1)
+
+
 @pytest.mark.parametrize("end", ["collect", "close", "with"])
 @pytest.mark.parametrize(
     "look",

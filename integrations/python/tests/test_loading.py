@@ -240,5 +240,9 @@ def test_probe_of_other_files(tmp_path, contents):
     assert korutex.probe(path) is None
 
 
+def test_probe_of_nothing_in_any_shape():
+    assert korutex.probe(numpy.zeros((0, 3), numpy.uint8)) is None
+
+
 def test_probe_of_a_wrapped_file():
     assert korutex.probe(b"QOZM" + bytes(10)) == "QOZM-wrapped KTX"

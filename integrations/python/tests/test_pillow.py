@@ -174,6 +174,15 @@ def test_damaged_files(tmp_path, name):
         Image.open(io.BytesIO(path.read_bytes()))
 
 
+def test_damaged_files_whose_names_are_no_text(tmp_path):
+    path = os.fsencode(tmp_path) + b"/\xff.ktx"
+    with open(path, "wb") as file:
+        file.write(SMALL_FILES["KTX 1.1"][0][:-1])
+    with pytest.raises(OSError, match=r"\\udcff\.ktx: cannot decode") as caught:
+        Image.open(os.fsdecode(path))
+    str(caught.value).encode()
+
+
 @pytest.mark.parametrize("change", ["cut", "other size"])
 def test_a_file_that_changes_between_open_and_load(change):
     contents = SMALL_FILES["KTX 1.1"][0]

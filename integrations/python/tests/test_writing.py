@@ -291,6 +291,17 @@ def test_a_folder_in_the_way(tmp_path):
     assert os.listdir(tmp_path) == ["x.ktx"]
 
 
+@pytest.mark.parametrize("name, kind", [("", FileNotFoundError), ("x/", IsADirectoryError)])
+def test_names_that_no_file_can_have(tmp_path, monkeypatch, writer, name, kind):
+    monkeypatch.chdir(tmp_path)
+    with pytest.raises(kind) as caught:
+        writer[0](name, numpy.zeros((2, 2, 4), numpy.uint8))
+    assert caught.value.filename == name
+    with pytest.raises(kind):
+        open(name, "wb")
+    assert os.listdir(tmp_path) == []
+
+
 def test_a_pipe_is_not_replaced(tmp_path):
     os.mkfifo(tmp_path / "pipe")
     with pytest.raises(OSError) as caught:
