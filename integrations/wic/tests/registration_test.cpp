@@ -2,6 +2,7 @@
 #include <winerror.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -53,6 +54,21 @@ void Dump_Add(Dump& dump, HKEY key, const std::wstring& path) {
             RegCloseKey(child);
         }
     }
+}
+
+/// Lets everybody do that and nothing else.
+bool Key_Allow(HKEY key, DWORD access) {
+    std::array<BYTE, SECURITY_MAX_SID_SIZE> everybody{};
+    auto sidBytes = static_cast<DWORD>(everybody.size());
+    alignas(ACL) std::array<BYTE, 256> list{};
+    SECURITY_DESCRIPTOR descriptor{};
+    auto* const acl = reinterpret_cast<ACL*>(list.data());
+    return CreateWellKnownSid(WinWorldSid, nullptr, everybody.data(), &sidBytes) != FALSE &&
+           InitializeAcl(acl, static_cast<DWORD>(list.size()), ACL_REVISION) != FALSE &&
+           AddAccessAllowedAce(acl, ACL_REVISION, access, everybody.data()) != FALSE &&
+           InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) != FALSE &&
+           SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE) != FALSE &&
+           RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &descriptor) == ERROR_SUCCESS;
 }
 
 /// While it lives, HKEY_LOCAL_MACHINE is an almost empty key.
@@ -260,6 +276,25 @@ TEST_F(WicRegistration, UnregistersWhatIsLeft) {
         EXPECT_CODE(server_.Unregister(), S_OK);
         EXPECT_EQ(Take(), before);
     }
+}
+
+TEST_F(WicRegistration, AsksOnlyForTheRightsThatItNeeds) {
+    // Windows keeps the category to itself, but not the key of its members.
+    const std::wstring category = LR"(CLSID\{7ED96837-96F0-4812-B211-F13C24117ED3})";
+    Set(category + LR"(\Instance)", nullptr, L"");
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(classes_, category.c_str(), 0, KEY_READ | WRITE_DAC, &key),
+              ERROR_SUCCESS);
+    ASSERT_TRUE(Key_Allow(key, KEY_READ | WRITE_DAC));
+    HKEY writable = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(classes_, category.c_str(), 0, KEY_WRITE, &writable),
+              ERROR_ACCESS_DENIED);
+    const Dump before = Take();
+    EXPECT_CODE(server_.Register(), S_OK);
+    EXPECT_CODE(server_.Unregister(), S_OK);
+    EXPECT_EQ(Take(), before);
+    EXPECT_TRUE(Key_Allow(key, KEY_ALL_ACCESS));
+    RegCloseKey(key);
 }
 
 TEST_F(WicRegistration, HappensAsAWholeOrNotAtAll) {
