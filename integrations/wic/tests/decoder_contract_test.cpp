@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -500,11 +501,14 @@ TEST(WicThreads, ShareOneDecoder) {
         std::atomic<int> initializedCount = 0;
         std::atomic<int> refusedCount = 0;
         std::atomic<int> goodCount = 0;
+        std::latch start(4);
         {
             std::vector<std::jthread> threads;
             for (int i = 0; i < 4; ++i) {
                 threads.emplace_back([&] {
                     FaultyStream stream(file);
+                    stream.maxRead = 1;  // so that all are at it together
+                    start.arrive_and_wait();
                     const HRESULT result = decoder->Initialize(&stream, kOnDemand);
                     if (result == S_OK) ++initializedCount;
                     if (result == WINCODEC_ERR_WRONGSTATE) ++refusedCount;
