@@ -17,7 +17,8 @@ using Microsoft::WRL::ComPtr;
 }  // namespace
 
 void* BitmapDecoder::FindInterface(REFIID id) noexcept {
-    return id == __uuidof(IWICBitmapDecoder) ? static_cast<IWICBitmapDecoder*>(this) : nullptr;
+    if (id == __uuidof(IWICBitmapDecoder)) return static_cast<IWICBitmapDecoder*>(this);
+    return threading_.FindInterface(id);
 }
 
 std::shared_ptr<TexturePicture> BitmapDecoder::GetPicture() noexcept {

@@ -7,6 +7,7 @@
 
 #include "com_object.h"
 #include "decoder_kinds.h"
+#include "free_threaded.h"
 #include "texture_picture.h"
 
 namespace koru_wic {
@@ -15,7 +16,7 @@ namespace koru_wic {
 /// at once.
 class BitmapDecoder final : public ComObject<IWICBitmapDecoder> {
   public:
-    explicit BitmapDecoder(const DecoderKind& kind) noexcept : kind_(kind) {}
+    explicit BitmapDecoder(const DecoderKind& kind) : kind_(kind) {}
 
     HRESULT STDMETHODCALLTYPE QueryCapability(IStream* stream, DWORD* capability) noexcept override;
     HRESULT STDMETHODCALLTYPE Initialize(IStream* stream,
@@ -36,6 +37,7 @@ class BitmapDecoder final : public ComObject<IWICBitmapDecoder> {
     void* FindInterface(REFIID id) noexcept override;
     [[nodiscard]] std::shared_ptr<TexturePicture> GetPicture() noexcept;
 
+    const FreeThreading threading_{this};
     const DecoderKind& kind_;
     SlimLock lock_;
     std::shared_ptr<TexturePicture> picture_;  // set by Initialize, under the lock

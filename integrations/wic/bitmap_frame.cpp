@@ -13,12 +13,12 @@ constexpr double kDotsPerInch = 96.0;
 
 }  // namespace
 
-BitmapFrame::BitmapFrame(std::shared_ptr<TexturePicture> picture) noexcept
-    : picture_(std::move(picture)) {}
+BitmapFrame::BitmapFrame(std::shared_ptr<TexturePicture> picture) : picture_(std::move(picture)) {}
 
 void* BitmapFrame::FindInterface(REFIID id) noexcept {
     const bool isKnown = id == __uuidof(IWICBitmapFrameDecode) || id == __uuidof(IWICBitmapSource);
-    return isKnown ? static_cast<IWICBitmapFrameDecode*>(this) : nullptr;
+    if (isKnown) return static_cast<IWICBitmapFrameDecode*>(this);
+    return threading_.FindInterface(id);
 }
 
 HRESULT BitmapFrame::GetSize(UINT* width, UINT* height) noexcept {

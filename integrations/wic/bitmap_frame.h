@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "com_object.h"
+#include "free_threaded.h"
 #include "texture_picture.h"
 
 namespace koru_wic {
@@ -13,7 +14,7 @@ namespace koru_wic {
 /// Lives independently of its decoder; may be used from several threads at once.
 class BitmapFrame final : public ComObject<IWICBitmapFrameDecode> {
   public:
-    explicit BitmapFrame(std::shared_ptr<TexturePicture> picture) noexcept;
+    explicit BitmapFrame(std::shared_ptr<TexturePicture> picture);
 
     HRESULT STDMETHODCALLTYPE GetSize(UINT* width, UINT* height) noexcept override;
     HRESULT STDMETHODCALLTYPE GetPixelFormat(WICPixelFormatGUID* format) noexcept override;
@@ -31,6 +32,7 @@ class BitmapFrame final : public ComObject<IWICBitmapFrameDecode> {
   private:
     void* FindInterface(REFIID id) noexcept override;
 
+    const FreeThreading threading_{this};
     const std::shared_ptr<TexturePicture> picture_;
 };
 

@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -101,6 +102,7 @@ void Rows_AddPatterns(std::vector<FilledRow>& rows, const DecoderKind& kind) {
         rows.push_back({key, L"Length", Data_FromNumber(byteCount)});
         rows.push_back({key, L"Pattern", {REG_BINARY, bytes}});
         rows.push_back({key, L"Mask", {REG_BINARY, mask}});
+        rows.push_back({key, L"EndOfStream", Data_FromNumber(0)});
     }
 }
 
@@ -156,12 +158,32 @@ Addition Addition_FromLine(const std::wstring& line) {
             line.substr(second + 1)};
 }
 
+void Additions_Put(std::vector<Addition>& additions, Addition addition) {
+    if (std::ranges::find(additions, addition) == additions.end()) {
+        additions.push_back(std::move(addition));
+    }
+}
+
+Addition Addition_FromRow(const FilledRow& row) {
+    return {row.key, row.name, Data_GetLines(row.data).front()};
+}
+
 std::vector<Addition> Additions_Read(const RegistryEdit& edit) {
     const auto data = edit.GetValue(Server_GetThumbnailKey(), std::wstring(kAddedName));
     std::vector<Addition> additions;
-    if (!data || data->type != REG_MULTI_SZ) return additions;
-    for (const std::wstring& line : Data_GetLines(*data)) {
-        additions.push_back(Addition_FromLine(line));
+    if (data && data->type == REG_MULTI_SZ) {
+        for (const std::wstring& line : Data_GetLines(*data)) {
+            additions.push_back(Addition_FromLine(line));
+        }
+    }
+    // The list may be lost, but what names the server can be nobody else's.
+    const RegistryData server = Data_FromText(Id_ToText(kThumbnailProviderId));
+    for (const FilledRow& row : Rows_OfExtensions()) {
+        if (row.data != server || edit.GetValue(row.key, row.name) != server) continue;
+        Addition handler = Addition_FromRow(row);
+        if (std::ranges::find(additions, handler) != additions.end()) continue;
+        Additions_Put(additions, {row.key, {}, {}, true});
+        Additions_Put(additions, std::move(handler));
     }
     return additions;
 }
@@ -178,15 +200,9 @@ struct Registrar {
         });
     }
 
-    void Remember(Addition addition) {
-        if (std::ranges::find(additions, addition) == additions.end()) {
-            additions.push_back(std::move(addition));
-        }
-    }
-
     void EnsureKey(const std::wstring& key) {
         for (std::wstring& added : edit.EnsureKey(key)) {
-            if (!IsOwn(added)) Remember({std::move(added), {}, {}, true});
+            if (!IsOwn(added)) Additions_Put(additions, {std::move(added), {}, {}, true});
         }
     }
 
@@ -199,19 +215,21 @@ struct Registrar {
         if (edit.GetValue(row.key, row.name)) return;
         EnsureKey(row.key);
         edit.SetValue(row.key, row.name, row.data);
-        Remember({row.key, row.name, Data_GetLines(row.data).front()});
+        Additions_Put(additions, Addition_FromRow(row));
     }
 };
 
-void Additions_Remove(RegistryEdit& edit, const std::vector<Addition>& additions) {
+void Additions_Remove(RegistryEdit& edit, std::vector<Addition> additions) {
     for (const Addition& addition : additions) {
         if (addition.isKey) continue;
         if (edit.GetValue(addition.key, addition.name) == Data_FromText(addition.text)) {
             edit.DeleteValue(addition.key, addition.name);
         }
     }
-    // Those below come behind those above.
-    for (const Addition& addition : std::views::reverse(additions)) {
+    // Those below before those above, in whatever order they were added.
+    std::ranges::sort(additions, std::ranges::greater(),
+                      [](const Addition& addition) { return addition.key.size(); });
+    for (const Addition& addition : additions) {
         if (addition.isKey) edit.DeleteEmptyKey(addition.key);
     }
 }
@@ -255,10 +273,10 @@ HRESULT Registration_Add() {
 
 HRESULT Registration_Remove() {
     return Registry_Change([](RegistryEdit& edit) {
-        const std::vector<Addition> additions = Additions_Read(edit);
+        std::vector<Addition> additions = Additions_Read(edit);
         for (const std::wstring& key : Server_GetKeys()) edit.DeleteTree(key);
         // Behind the server's own keys, which may stand in added ones.
-        Additions_Remove(edit, additions);
+        Additions_Remove(edit, std::move(additions));
     });
 }
 

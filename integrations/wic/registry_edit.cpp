@@ -122,6 +122,8 @@ std::vector<std::wstring> RegistryEdit::EnsureKey(const std::wstring& key) {
     for (std::size_t end = 0; end != std::wstring::npos;) {
         end = key.find(L'\\', end + 1);
         std::wstring path = key.substr(0, end);
+        // Keys of Windows may be readable only, though those below them are not.
+        if (Key_Open(root_, path, KEY_READ) != nullptr) continue;
         steps_.reserve(steps_.size() + 1);  // what was done must be undone: no failure in between
         Step step{Step::Undo::DeleteKey, path, {}, {}};
         bool isNew = false;

@@ -38,6 +38,7 @@ inline constexpr std::array kDecoderRows{
     RegistryRow{LR"(CLSID\$id)",                L"Version",         L"$version"},
     RegistryRow{LR"(CLSID\$id)",                L"SpecVersion",     L"1.0.0.0"},
     RegistryRow{LR"(CLSID\$id)",                L"ContainerFormat", L"$container"},
+    RegistryRow{LR"(CLSID\$id)",                L"ColorManagementVersion", L"1.0.0.0"},
     RegistryRow{LR"(CLSID\$id)",                L"FileExtensions",  L"$extensions"},
     RegistryRow{LR"(CLSID\$id)",                L"MimeTypes",       L"$mimes"},
     Row_MakeNumber(LR"(CLSID\$id)",             L"SupportAnimation",  0),

@@ -18,8 +18,9 @@ constexpr GUID kNobody{0x11111111, 0x2222, 0x3333, {4, 4, 4, 4, 4, 4, 4, 4}};
 std::vector<std::pair<ComPtr<IUnknown>, std::vector<GUID>>> MakeOneOfEach(const WicServer& server) {
     std::vector<std::pair<ComPtr<IUnknown>, std::vector<GUID>>> objects;
     for (const GUID& id : {kAstcDecoderId, kKtxDecoderId, kPvrDecoderId}) {
-        objects.push_back(
-            {server.Create<IUnknown>(id), {__uuidof(IWICBitmapDecoder), __uuidof(IUnknown)}});
+        objects.push_back({server.Create<IUnknown>(id),
+                           {__uuidof(IWICBitmapDecoder), __uuidof(IMarshal), __uuidof(IAgileObject),
+                            __uuidof(IUnknown)}});
     }
     objects.push_back(
         {server.Create<IUnknown>(kThumbnailProviderId),
@@ -32,8 +33,9 @@ std::vector<std::pair<ComPtr<IUnknown>, std::vector<GUID>>> MakeOneOfEach(const 
     EXPECT_CODE(decoder->Initialize(&stream, WICDecodeMetadataCacheOnDemand), S_OK);
     ComPtr<IWICBitmapFrameDecode> frame;
     EXPECT_CODE(decoder->GetFrame(0, &frame), S_OK);
-    objects.push_back(
-        {frame, {__uuidof(IWICBitmapFrameDecode), __uuidof(IWICBitmapSource), __uuidof(IUnknown)}});
+    objects.push_back({frame,
+                       {__uuidof(IWICBitmapFrameDecode), __uuidof(IWICBitmapSource),
+                        __uuidof(IMarshal), __uuidof(IAgileObject), __uuidof(IUnknown)}});
     return objects;
 }
 

@@ -2,7 +2,9 @@
 #include <winerror.h>
 
 #include <array>
-#include <random>
+#include <atomic>
+#include <functional>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -488,6 +490,75 @@ TEST(WicThreads, ShareOneFrame) {
         }
         for (const bool good : isGood) EXPECT_TRUE(good);
     }
+}
+
+TEST(WicThreads, ShareOneDecoder) {
+    const WicServer server;
+    const Bytes pixels = Test_MakePixels(60, 40);
+    const Bytes file = Test_KtxOfPixels(60, 40, pixels);
+    for (int round = 0; round < 50; ++round) {
+        const auto decoder = server.Create<IWICBitmapDecoder>(kKtxDecoderId);
+        std::atomic<int> initializedCount = 0;
+        std::atomic<int> refusedCount = 0;
+        std::atomic<int> goodCount = 0;
+        std::latch start(4);
+        {
+            std::vector<std::jthread> threads;
+            for (int i = 0; i < 4; ++i) {
+                threads.emplace_back([&] {
+                    FaultyStream stream(file);
+                    stream.maxRead = 1;  // so that all are at it together
+                    start.arrive_and_wait();
+                    const HRESULT result = decoder->Initialize(&stream, kOnDemand);
+                    if (result == S_OK) ++initializedCount;
+                    if (result == WINCODEC_ERR_WRONGSTATE) ++refusedCount;
+                    ComPtr<IWICBitmapFrameDecode> frame;
+                    if (FAILED(decoder->GetFrame(0, &frame))) return;
+                    if (CopyAll(*frame.Get()) == pixels) ++goodCount;
+                });
+            }
+        }
+        EXPECT_EQ(initializedCount, 1);
+        EXPECT_EQ(refusedCount, 3);
+        EXPECT_EQ(goodCount, 4);
+    }
+    EXPECT_CODE(server.CanUnloadNow(), S_OK);
+}
+
+/// Marshals an object from an apartment of one thread, which does not answer meanwhile, to another
+/// apartment.
+ComPtr<IUnknown> Object_MoveOutOfApartment(const std::function<ComPtr<IUnknown>()>& make) {
+    ComPtr<IStream> parcel;
+    ComPtr<IUnknown> object;
+    ComPtr<IUnknown> arrived;
+    std::jthread([&] {
+        EXPECT_CODE(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        object = make();
+        EXPECT_CODE(
+            CoMarshalInterThreadInterfaceInStream(__uuidof(IUnknown), object.Get(), &parcel), S_OK);
+        std::jthread([&] {
+            EXPECT_CODE(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+            EXPECT_CODE(
+                CoGetInterfaceAndReleaseStream(parcel.Detach(), __uuidof(IUnknown), &arrived),
+                S_OK);
+            CoUninitialize();
+        }).join();
+        EXPECT_EQ(arrived.Get(), object.Get()) << "a proxy";
+        CoUninitialize();
+    }).join();
+    return arrived;
+}
+
+TEST(WicThreads, EveryApartmentGetsTheObjectItself) {
+    const WicServer server;
+    const Bytes pixels = Test_MakePixels(3, 2);
+    const auto decoder =
+        Object_MoveOutOfApartment([&] { return server.Create<IWICBitmapDecoder>(kKtxDecoderId); });
+    const auto frame = Object_MoveOutOfApartment(
+        [&] { return OpenFrame(server, kKtxDecoderId, Test_KtxOfPixels(3, 2, pixels)); });
+    ComPtr<IWICBitmapFrameDecode> source;
+    ASSERT_CODE(frame.As(&source), S_OK);
+    EXPECT_EQ(CopyAll(*source.Get()), pixels);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <winerror.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -53,6 +54,21 @@ void Dump_Add(Dump& dump, HKEY key, const std::wstring& path) {
             RegCloseKey(child);
         }
     }
+}
+
+/// Lets everybody do that and nothing else.
+bool Key_Allow(HKEY key, DWORD access) {
+    std::array<BYTE, SECURITY_MAX_SID_SIZE> everybody{};
+    auto sidBytes = static_cast<DWORD>(everybody.size());
+    alignas(ACL) std::array<BYTE, 256> list{};
+    SECURITY_DESCRIPTOR descriptor{};
+    auto* const acl = reinterpret_cast<ACL*>(list.data());
+    return CreateWellKnownSid(WinWorldSid, nullptr, everybody.data(), &sidBytes) != FALSE &&
+           InitializeAcl(acl, static_cast<DWORD>(list.size()), ACL_REVISION) != FALSE &&
+           AddAccessAllowedAce(acl, ACL_REVISION, access, everybody.data()) != FALSE &&
+           InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) != FALSE &&
+           SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE) != FALSE &&
+           RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &descriptor) == ERROR_SUCCESS;
 }
 
 /// While it lives, HKEY_LOCAL_MACHINE is an almost empty key.
@@ -115,6 +131,7 @@ TEST_F(WicRegistration, WritesWhatComAndWicLookFor) {
     EXPECT_EQ(Get(decoder, L"MimeTypes"), L"image/ktx,image/ktx2");
     EXPECT_EQ(Get(decoder, L"Vendor"), L"{7A5B13E8-5EF7-456C-BEDC-185A137EB36C}");
     EXPECT_EQ(Get(decoder, L"SpecVersion"), L"1.0.0.0");
+    EXPECT_EQ(Get(decoder, L"ColorManagementVersion"), L"1.0.0.0");
     EXPECT_EQ(Get(decoder + LR"(\Formats\{F5C7AD2D-6A8D-43DD-A7A8-A29935261AE9})", nullptr), L"");
     EXPECT_EQ(Get(LR"(CLSID\{7ED96837-96F0-4812-B211-F13C24117ED3}\Instance)"
                   LR"(\{7C8C80C7-3D6F-41A5-94C6-44766CA7FA97})",
@@ -128,6 +145,7 @@ TEST_F(WicRegistration, WritesWhatComAndWicLookFor) {
     EXPECT_EQ(dump.at(legacy + L"|Length"), L"4: 4 0 0 0");
     EXPECT_EQ(dump.at(legacy + L"|Pattern"), L"3: 80 86 82 33");
     EXPECT_EQ(dump.at(legacy + L"|Mask"), L"3: 255 255 255 255");
+    EXPECT_EQ(dump.at(legacy + L"|EndOfStream"), L"4: 0 0 0 0");
 
     for (const auto& [extension, mime] : {std::pair{L".astc", L"image/astc"},
                                           {L".ktx", L"image/ktx"},
@@ -219,6 +237,64 @@ TEST_F(WicRegistration, LeavesWhatOtherProgramsHaveChangedSince) {
     std::ranges::sort(left);
     std::ranges::sort(expected);
     EXPECT_EQ(left, expected);
+}
+
+TEST_F(WicRegistration, LeavesNothingOfAnExtensionThatAnotherProgramHasTakenAway) {
+    const Dump before = Take();
+    Set(L".pvr", nullptr, L"OtherProgram.Texture");
+    ASSERT_CODE(server_.Register(), S_OK);
+    EXPECT_EQ(RegDeleteTreeW(classes_, L".pvr"), ERROR_SUCCESS);
+    ASSERT_CODE(server_.Register(), S_OK);
+    EXPECT_CODE(server_.Unregister(), S_OK);
+    EXPECT_EQ(Take(), before);
+}
+
+TEST_F(WicRegistration, ForgetsNoHandlerWhenItsListIsLost) {
+    for (const bool isRegisteredAgain : {false, true}) {
+        SCOPED_TRACE(isRegisteredAgain);
+        ASSERT_CODE(server_.Register(), S_OK);
+        const std::wstring provider = std::wstring(L"CLSID\\") + kThumbnailId;
+        EXPECT_EQ(RegDeleteTreeW(classes_, provider.c_str()), ERROR_SUCCESS);
+        if (isRegisteredAgain) {
+            ASSERT_CODE(server_.Register(), S_OK);
+        }
+        EXPECT_CODE(server_.Unregister(), S_OK);
+        for (const auto& [path, text] : Take()) {
+            EXPECT_EQ((path + text).find(kThumbnailId), std::wstring::npos)
+                << std::filesystem::path(path);
+        }
+        EXPECT_CODE(server_.Unregister(), S_OK) << "the second time";
+    }
+}
+
+TEST_F(WicRegistration, UnregistersWhatIsLeft) {
+    const Dump before = Take();
+    for (const wchar_t* key :
+         {kKtxDecoder, LR"(CLSID\{7ED96837-96F0-4812-B211-F13C24117ED3})", L".ktx"}) {
+        ASSERT_CODE(server_.Register(), S_OK);
+        EXPECT_EQ(RegDeleteTreeW(classes_, key), ERROR_SUCCESS);
+        EXPECT_CODE(server_.Unregister(), S_OK);
+        EXPECT_EQ(Take(), before);
+    }
+}
+
+TEST_F(WicRegistration, AsksOnlyForTheRightsThatItNeeds) {
+    // Windows keeps the category to itself, but not the key of its members.
+    const std::wstring category = LR"(CLSID\{7ED96837-96F0-4812-B211-F13C24117ED3})";
+    Set(category + LR"(\Instance)", nullptr, L"");
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(classes_, category.c_str(), 0, KEY_READ | WRITE_DAC, &key),
+              ERROR_SUCCESS);
+    ASSERT_TRUE(Key_Allow(key, KEY_READ | WRITE_DAC));
+    HKEY writable = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(classes_, category.c_str(), 0, KEY_WRITE, &writable),
+              ERROR_ACCESS_DENIED);
+    const Dump before = Take();
+    EXPECT_CODE(server_.Register(), S_OK);
+    EXPECT_CODE(server_.Unregister(), S_OK);
+    EXPECT_EQ(Take(), before);
+    EXPECT_TRUE(Key_Allow(key, KEY_ALL_ACCESS));
+    RegCloseKey(key);
 }
 
 TEST_F(WicRegistration, HappensAsAWholeOrNotAtAll) {
