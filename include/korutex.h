@@ -76,9 +76,9 @@ typedef uint_least16_t KORU_Char;
  * Load flags, or-ed together; other bits are ignored.
  *
  * KORU_FLAG_HEADER_ONLY  The record gets its sizes but no pixels (`pixels` is NULL). The load fails
- *                        exactly when a full RGB load would, and asks for the same memory, though
- *                        it writes no pixel. The record describes that layout even if
- *                        KORU_FLAG_RGBA is set as well.
+ *                        exactly when a full RGB load would: it asks for the memory of that one's
+ *                        payload, pixels and codec, though it writes no pixel. The record
+ *                        describes that layout even if KORU_FLAG_RGBA is set as well.
  * KORU_FLAG_RGBA         Pixels are R, G, B, A, 4 bytes each. Without it: R, G, B, 3 bytes each.
  *                        Alpha is 255 where the image has none.
  */

@@ -2,6 +2,7 @@
 # Run inside a new Debian system, in which /share holds the package and the samples.
 set -euo pipefail
 cd /share
+echo "The new system is there."
 
 check() {  # check WHAT COMMAND...
     "${@:2}" || {
